@@ -28,7 +28,7 @@ if(NOT pcfile)
 endif()
 get_filename_component(pcdir ${pcfile} DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} ${pcdir})
-execute_process(COMMAND pkg-config --cflags --libs camkit OUTPUT_VARIABLE flags RESULT_VARIABLE rc
+execute_process(COMMAND pkg-config --define-prefix --cflags --libs camkit OUTPUT_VARIABLE flags RESULT_VARIABLE rc
   OUTPUT_STRIP_TRAILING_WHITESPACE)
 if(rc)
   message(FATAL_ERROR "pkg-config does not know camkit")

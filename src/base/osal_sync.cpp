@@ -1,0 +1,26 @@
+// Critical sections: recursive POSIX mutexes, so that a locked operation may
+// call another locked operation on the same camera from the same thread.
+#define CK_SOURCE "osal"
+#include "core/camkit_private.h"
+
+void osal_init_critical_section(osal_mutex* mutex, const char* name) {
+    (void)name;  // names only matter where locks are shared between processes
+    if (!mutex) return;
+    pthread_mutexattr_t attr;
+    pthread_mutexattr_init(&attr);
+    pthread_mutexattr_settype(&attr, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(mutex, &attr);
+    pthread_mutexattr_destroy(&attr);
+}
+
+void osal_enter_critical_section(osal_mutex* mutex) {
+    if (mutex) pthread_mutex_lock(mutex);
+}
+
+void osal_leave_critical_section(osal_mutex* mutex) {
+    if (mutex) pthread_mutex_unlock(mutex);
+}
+
+void osal_delete_critical_section(osal_mutex* mutex) {
+    if (mutex) pthread_mutex_destroy(mutex);
+}

@@ -1,0 +1,189 @@
+// Software post-processing of grabbed frames, in place:
+//
+//  - unswizzling: older boards send a deep sample as two bytes, byte 0 the
+//    sample's top 8 bits and byte 1 its remaining low bits as 2-bit groups in
+//    reverse order (the group of bits 1-0 first).  The result is a plain
+//    little-endian 16-bit sample.  Boards that deliver MSB-aligned samples
+//    instead only need a right shift.
+//  - deep-Bayer merging: a pixel sent as two clocks of 10 (or 16) bits is
+//    joined into one 20-bit value in its 32-bit word.
+//  - LSB-aligned repacking: 8-bit samples delivered in the low byte of
+//    16-bit words are packed into consecutive bytes.
+//
+// Frames are large (tens of megabytes), so the word loops run over fixed
+// blocks that the compiler turns into vector code: each block is copied into
+// a local array, transformed with branch-free shifts and masks, and copied
+// back.  The formulas are exact for every input; there is no per-pixel
+// branch.
+#define CK_SOURCE "camkit"
+#include <bit>
+#include <cstring>
+
+#include "core/camkit_private.h"
+
+static_assert(std::endian::native == std::endian::little, "frame samples are little-endian words in memory");
+
+namespace {
+
+constexpr size_t kBlockWords = 32;
+
+// Applies op to every 16-bit (Word = ci_u16) or 32-bit (Word = ci_u32) word
+// of buf, count words in all.
+template <typename Word, typename Op>
+void transformWords(ci_u8* buf, size_t count, Op op) {
+    size_t i = 0;
+    for (; i + kBlockWords <= count; i += kBlockWords) {
+        Word block[kBlockWords];
+        memcpy(block, buf + i * sizeof(Word), sizeof block);
+        for (size_t j = 0; j < kBlockWords; j++) block[j] = op(block[j]);
+        memcpy(buf + i * sizeof(Word), block, sizeof block);
+    }
+    for (; i < count; i++) {
+        Word word;
+        memcpy(&word, buf + i * sizeof(Word), sizeof word);
+        word = op(word);
+        memcpy(buf + i * sizeof(Word), &word, sizeof word);
+    }
+}
+
+// The four 2-bit groups of a byte in reverse order.
+constexpr ci_u32 reverseBitPairs(ci_u32 byte) {
+    return ((byte & 0x03u) << 6) | ((byte & 0x0Cu) << 2) | ((byte >> 2) & 0x0Cu) | ((byte >> 6) & 0x03u);
+}
+
+// Swizzled pair (byte 0 = b0, byte 1 = b1) of a Depth-bit sample: b0 holds
+// the top 8 bits; the low Depth-8 bits are the groups of b1 taken from bit 0
+// upward and placed from the top of the low part downward.
+template <unsigned Depth>
+struct Unswizzle {
+    static constexpr unsigned kLowBits = Depth - 8;
+    static constexpr ci_u32 kLowMask = (1u << kLowBits) - 1;
+
+    ci_u16 operator()(ci_u16 word) const {
+        const ci_u32 b0 = word & 0xFFu;
+        const ci_u32 b1 = (ci_u32)word >> 8;
+        return (ci_u16)((b0 << kLowBits) | (reverseBitPairs(b1 & kLowMask) >> (8 - kLowBits)));
+    }
+};
+
+// A sample that arrives MSB-aligned in its little-endian word.
+template <unsigned Depth>
+struct MsbAligned {
+    ci_u16 operator()(ci_u16 word) const { return (ci_u16)(word >> (16 - Depth)); }
+};
+
+// Two 10-bit samples in the low bits of the halves of a 32-bit word, joined
+// into one 20-bit value (second clock on top).
+constexpr ci_u32 mergeTen(ci_u32 word) { return ((word >> 6) & 0xFFC00u) + (word & 0x3FFu); }
+
+// A 16-bit first clock and the top 4 bits of the second clock as one 20-bit
+// value.
+constexpr ci_u32 mergeSixteen(ci_u32 word) { return ((word & 0xFFFFu) << 4) | ((word >> 28) & 0xFu); }
+
+// Runs a 16-bit sample operation over the buffer; with pixels of two 10-bit
+// clocks each pair of samples is also merged into its 32-bit word, in the
+// same pass.
+template <typename Op>
+void unswizzleWith(ci_u8* buf, size_t bytes, bool mergePairs, Op op) {
+    if (!mergePairs) {
+        transformWords<ci_u16>(buf, bytes / 2, op);
+        return;
+    }
+    transformWords<ci_u32>(buf, bytes / 4, [op](ci_u32 word) {
+        const ci_u32 low = op((ci_u16)(word & 0xFFFFu));
+        const ci_u32 high = op((ci_u16)(word >> 16));
+        return mergeTen(low | (high << 16));
+    });
+    const size_t done = bytes / 4 * 4;
+    transformWords<ci_u16>(buf + done, (bytes - done) / 2, op);
+}
+
+template <template <unsigned> class Op>
+void unswizzleDepth(ci_u32 depth, ci_u8* buf, size_t bytes, bool fourBytePixels) {
+    switch (depth) {
+        case 10:
+            unswizzleWith(buf, bytes, fourBytePixels, Op<10>{});
+            break;
+        case 12:
+            unswizzleWith(buf, bytes, false, Op<12>{});
+            break;
+        case 14:
+            unswizzleWith(buf, bytes, false, Op<14>{});
+            break;
+        case 16:
+            unswizzleWith(buf, bytes, false, Op<16>{});
+            break;
+        default:
+            break;  // no other depth is swizzled
+    }
+}
+
+// Depth of the swizzled samples: the clock width, except for 8-bit
+// double-clocked Bayer data whose image type tells the real depth.
+ci_u32 swizzledDepth(const _common_context_t* ctx, const ci_sensor_t* sensor) {
+    if (ctx->bitsPerClock == 8 && ctx->clocksPerPixel == 2) {
+        switch (sensor->imageType) {
+            case CI_BAYER_10:
+            case CI_BAYER_10_ZOOM:
+            case CI_BAYER_10_IHDR:
+                return 10;
+            case CI_BAYER_12:
+            case CI_BAYER_12_HDR:
+                return 12;
+            default:
+                break;
+        }
+    }
+    return ctx->bitsPerClock;
+}
+
+size_t frameWords(const ci_sensor_t* sensor) { return (size_t)sensor->width * (size_t)sensor->height; }
+
+}  // namespace
+
+void _mergeDeepBayer(ci_camera_t* camera, ci_u8* buffer) {
+    const _common_context_t* ctx = _ctx(camera);
+    if (ctx == NULL || buffer == NULL || camera->sensor == NULL) return;
+    if (ctx->clocksPerPixel != 2 || !ci_IsBayer(camera)) return;
+    if (ctx->bitsPerClock == 10) {
+        transformWords<ci_u32>(buffer, frameWords(camera->sensor), mergeTen);
+    } else if (ctx->bitsPerClock == 16) {
+        transformWords<ci_u32>(buffer, frameWords(camera->sensor), mergeSixteen);
+    }
+}
+
+void _unSwizzleBuffer(ci_camera_t* camera, ci_u8* buffer) {
+    const _common_context_t* ctx = _ctx(camera);
+    const ci_sensor_t* sensor = camera != NULL ? camera->sensor : NULL;
+    if (ctx == NULL || buffer == NULL || sensor == NULL) return;
+    if (ctx->do_sw_unswizzle == 0) {
+        _mergeDeepBayer(camera, buffer);
+        return;
+    }
+    const size_t bytes = (size_t)sensor->pixelBytes * frameWords(sensor);
+    const ci_u32 depth = swizzledDepth(ctx, sensor);
+    const bool fourBytePixels = sensor->pixelBytes == 4;
+    if (ctx->do_sw_unswizzle == 2) {
+        unswizzleDepth<MsbAligned>(depth, buffer, bytes, fourBytePixels);
+    } else {
+        unswizzleDepth<Unswizzle>(depth, buffer, bytes, fourBytePixels);
+    }
+}
+
+void _repackLsbAligned8(ci_camera_t* camera, ci_u8* buffer) {
+    const _common_context_t* ctx = _ctx(camera);
+    const ci_sensor_t* sensor = camera != NULL ? camera->sensor : NULL;
+    if (ctx == NULL || buffer == NULL || sensor == NULL) return;
+    if (!ctx->lsbAligned || ctx->bitsPerClock >= 9 || ctx->rxType != CI_RX_PARALLEL) return;
+    size_t count;
+    if (ci_IsJpegImageType(sensor->imageType)) {
+        const _sg_context_t* sg = ctx->sg_context;
+        count = sg != NULL ? (size_t)sg->spoof_width * sg->spoof_height
+                           : (size_t)ctx->_spoof_width * ctx->_spoof_height;
+    } else {
+        count = (size_t)ctx->clocksPerPixel * frameWords(sensor);
+    }
+    if (count > sensor->bufferSize / 2) count = sensor->bufferSize / 2;
+    // Front to back: byte i is written after byte 2i has been read.
+    for (size_t i = 0; i < count; i++) buffer[i] = buffer[2 * i];
+}

@@ -1,0 +1,313 @@
+// Name and address index of sensor descriptions.
+//
+// Lookups keep their first-match, case-insensitive meaning, but big sensors
+// must not make them slow, so each description gets two open-addressing
+// tables built in one pass over its registers:
+//  - names: case-folded name hash -> index of the first register of that name;
+//  - addresses: register address -> the run of register indices at that
+//    address, in file order (the candidates are then checked against the
+//    wanted address space by the caller's rule).
+// The tables live in a process-wide map keyed by the description, guarded by
+// a reader/writer lock; a stale entry (the description's register array,
+// count or address-space table changed) is rebuilt on use.  Each thread also
+// remembers the last index it used, valid while the table's generation (bumped
+// at every change of the table) is the one it saw, so that repeated lookups
+// on one description take no lock at all.
+#define CK_SOURCE "camkit_reg"
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <shared_mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "regs/regs_internal.h"
+
+namespace {
+
+struct NameSlot {
+    ci_u32 hash;
+    ci_s32 index;  // -1: empty
+};
+
+struct AddrSlot {
+    ci_u32 addr;
+    ci_s32 start;  // into RegIndex::byAddr
+    ci_s32 count;  // 0: empty
+};
+
+struct RegIndex {
+    const ci_reg_data_t* regs = nullptr;
+    ci_s32 numRegs = 0;
+    const ci_addr_space_t* addrSpace = nullptr;
+    std::vector<NameSlot> names;
+    std::vector<AddrSlot> addrs;
+    std::vector<ci_s32> byAddr;
+
+    bool matches(const ci_sensor_t* sensor) const {
+        return regs == sensor->regs && numRegs == sensor->num_regs && addrSpace == sensor->addr_space;
+    }
+};
+
+using IndexPtr = std::shared_ptr<const RegIndex>;
+
+std::shared_mutex gIndexLock;
+std::unordered_map<const ci_sensor_t*, IndexPtr> gIndexes;
+std::atomic<ci_u64> gGeneration{0};
+
+struct RecentIndex {
+    const ci_sensor_t* sensor = nullptr;
+    ci_u64 generation = 0;
+    IndexPtr index;
+};
+thread_local RecentIndex tRecent;
+
+// Hash of a name that is the same for names equal without regard to case:
+// bit 5 of every byte (the case bit of ASCII letters) is cleared before
+// mixing.  Other characters may collide that way; candidates are always
+// compared in full.  Eight bytes are mixed at a time.
+ci_u32 nameHash(const char* name) {
+    constexpr ci_u64 kFold = 0xDFDFDFDFDFDFDFDFull;
+    constexpr ci_u64 kMul = 0x9E3779B97F4A7C15ull;
+    const size_t len = strlen(name);
+    ci_u64 h = kMul ^ len;
+    auto mix = [&h](ci_u64 word) {
+        h = (h ^ (word & kFold)) * kMul;
+        h ^= h >> 29;
+    };
+    size_t i = 0;
+    for (; i + 8 <= len; i += 8) {
+        ci_u64 word;
+        memcpy(&word, name + i, 8);
+        mix(word);
+    }
+    if (i < len) {
+        ci_u64 tail = 0;
+        for (size_t k = 0; i + k < len; ++k) {
+            tail |= (ci_u64)(ci_u8)name[i + k] << (8 * k);
+        }
+        mix(tail);
+    }
+    return (ci_u32)(h ^ (h >> 32));
+}
+
+inline ci_u32 addrHash(ci_u32 addr) {
+    return addr * 2654435761u;
+}
+
+size_t tableSize(ci_s32 entries) {
+    size_t size = 16;
+    while (size < (size_t)entries * 2) {
+        size <<= 1;
+    }
+    return size;
+}
+
+bool sameName(const ci_reg_data_t& reg, const char* name) {
+    return osal_stricmp(reg.unique_desc, name) == 0;
+}
+
+void buildNames(RegIndex& index) {
+    index.names.assign(tableSize(index.numRegs), NameSlot{0, -1});
+    const size_t mask = index.names.size() - 1;
+    for (ci_s32 i = 0; i < index.numRegs; ++i) {
+        const ci_u32 h = nameHash(index.regs[i].unique_desc);
+        size_t slot = h & mask;
+        // The first occurrence of a name wins: a later duplicate is not stored.
+        while (index.names[slot].index >= 0) {
+            const NameSlot& s = index.names[slot];
+            if (s.hash == h && sameName(index.regs[s.index], index.regs[i].unique_desc)) {
+                break;
+            }
+            slot = (slot + 1) & mask;
+        }
+        if (index.names[slot].index < 0) {
+            index.names[slot] = NameSlot{h, i};
+        }
+    }
+}
+
+void buildAddrs(RegIndex& index) {
+    index.byAddr.resize((size_t)index.numRegs);
+    for (ci_s32 i = 0; i < index.numRegs; ++i) {
+        index.byAddr[(size_t)i] = i;
+    }
+    const ci_reg_data_t* regs = index.regs;
+    std::stable_sort(index.byAddr.begin(), index.byAddr.end(),
+                     [regs](ci_s32 a, ci_s32 b) { return regs[a].reg_addr < regs[b].reg_addr; });
+    index.addrs.assign(tableSize(index.numRegs), AddrSlot{0, 0, 0});
+    const size_t mask = index.addrs.size() - 1;
+    for (ci_s32 start = 0; start < index.numRegs;) {
+        const ci_u32 addr = regs[index.byAddr[(size_t)start]].reg_addr;
+        ci_s32 end = start + 1;
+        while (end < index.numRegs && regs[index.byAddr[(size_t)end]].reg_addr == addr) {
+            ++end;
+        }
+        size_t slot = addrHash(addr) & mask;
+        while (index.addrs[slot].count != 0) {
+            slot = (slot + 1) & mask;
+        }
+        index.addrs[slot] = AddrSlot{addr, start, end - start};
+        start = end;
+    }
+}
+
+// Callers guarantee a register array with at least one record.
+IndexPtr makeIndex(const ci_sensor_t* sensor) {
+    auto index = std::make_shared<RegIndex>();
+    index->regs = sensor->regs;
+    index->numRegs = sensor->num_regs;
+    index->addrSpace = sensor->addr_space;
+    buildNames(*index);
+    buildAddrs(*index);
+    return index;
+}
+
+// The sensor's index when it is current, else null.
+IndexPtr currentIndex(const ci_sensor_t* sensor) {
+    std::shared_lock<std::shared_mutex> lock(gIndexLock);
+    auto found = gIndexes.find(sensor);
+    if (found == gIndexes.end() || !found->second || !found->second->matches(sensor)) {
+        return nullptr;
+    }
+    return found->second;
+}
+
+// The sensor's current index, built when missing or stale; null when it
+// cannot be built.
+IndexPtr freshIndex(const ci_sensor_t* sensor) {
+    if (IndexPtr index = currentIndex(sensor)) {
+        return index;
+    }
+    try {
+        std::unique_lock<std::shared_mutex> lock(gIndexLock);
+        IndexPtr& entry = gIndexes[sensor];
+        if (!entry || !entry->matches(sensor)) {
+            entry = makeIndex(sensor);
+            gGeneration.fetch_add(1, std::memory_order_acq_rel);
+        }
+        return entry;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+ci_s32 probeName(const RegIndex& index, const char* name) {
+    const ci_u32 h = nameHash(name);
+    const size_t mask = index.names.size() - 1;
+    for (size_t slot = h & mask; index.names[slot].index >= 0; slot = (slot + 1) & mask) {
+        const NameSlot& s = index.names[slot];
+        if (s.hash == h && sameName(index.regs[s.index], name)) {
+            return s.index;
+        }
+    }
+    return -1;
+}
+
+const AddrSlot* probeAddr(const RegIndex& index, ci_u32 addr) {
+    const size_t mask = index.addrs.size() - 1;
+    for (size_t slot = addrHash(addr) & mask; index.addrs[slot].count != 0; slot = (slot + 1) & mask) {
+        if (index.addrs[slot].addr == addr) {
+            return &index.addrs[slot];
+        }
+    }
+    return nullptr;
+}
+
+bool addrCandidate(ci_camera_t* camera, const ci_reg_data_t& reg, ci_u32 addr, ci_u32 space, ci_u32 type) {
+    return reg.reg_addr == addr && _addrSpaceMatchRaw(camera, reg.addr_space, type, space);
+}
+
+ci_s32 scanName(const ci_sensor_t* sensor, const char* name) {
+    for (ci_s32 i = 0; i < sensor->num_regs; ++i) {
+        if (sameName(sensor->regs[i], name)) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+ci_s32 scanAddr(ci_camera_t* camera, ci_u32 addr, ci_u32 space, ci_u32 type) {
+    const ci_sensor_t* sensor = camera->sensor;
+    for (ci_s32 i = 0; i < sensor->num_regs; ++i) {
+        if (addrCandidate(camera, sensor->regs[i], addr, space, type)) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+// The sensor's current index, from the thread's last one when the table has
+// not changed since; null when it cannot be built.
+const RegIndex* indexFor(const ci_sensor_t* sensor) {
+    const ci_u64 generation = gGeneration.load(std::memory_order_acquire);
+    RecentIndex& recent = tRecent;
+    if (recent.sensor == sensor && recent.generation == generation && recent.index->matches(sensor)) {
+        return recent.index.get();
+    }
+    IndexPtr index = freshIndex(sensor);
+    if (!index) {
+        return nullptr;
+    }
+    recent.sensor = sensor;
+    recent.generation = generation;
+    recent.index = std::move(index);
+    return recent.index.get();
+}
+
+// Answers from the index (building it first when needed), else by scanning.
+template <typename Query, typename Scan>
+ci_s32 lookup(const ci_sensor_t* sensor, Query query, Scan scan) {
+    if (const RegIndex* index = indexFor(sensor)) {
+        return query(*index);
+    }
+    return scan();
+}
+
+}  // namespace
+
+void _regIndexBuild(const ci_sensor_t* sensor) {
+    if (sensor && sensor->regs && sensor->num_regs > 0) {
+        freshIndex(sensor);
+    }
+}
+
+void _regIndexDrop(const ci_sensor_t* sensor) {
+    IndexPtr dropped;  // released after the lock
+    std::unique_lock<std::shared_mutex> lock(gIndexLock);
+    auto found = gIndexes.find(sensor);
+    if (found != gIndexes.end()) {
+        dropped = std::move(found->second);
+        gIndexes.erase(found);
+        gGeneration.fetch_add(1, std::memory_order_acq_rel);
+    }
+}
+
+ci_s32 _regIndexFindName(const ci_sensor_t* sensor, const char* name) {
+    if (!sensor || !name || !sensor->regs || sensor->num_regs <= 0) {
+        return -1;
+    }
+    return lookup(
+        sensor, [name](const RegIndex& index) { return probeName(index, name); },
+        [sensor, name] { return scanName(sensor, name); });
+}
+
+ci_s32 _regIndexFindAddr(ci_camera_t* camera, ci_u32 addr, ci_u32 space, ci_u32 type) {
+    const ci_sensor_t* sensor = camera ? camera->sensor : nullptr;
+    if (!sensor || !sensor->regs || sensor->num_regs <= 0) {
+        return -1;
+    }
+    auto query = [=](const RegIndex& index) -> ci_s32 {
+        const AddrSlot* run = probeAddr(index, addr);
+        for (ci_s32 k = 0; run && k < run->count; ++k) {
+            const ci_s32 i = index.byAddr[(size_t)(run->start + k)];
+            if (addrCandidate(camera, index.regs[i], addr, space, type)) {
+                return i;
+            }
+        }
+        return -1;
+    };
+    return lookup(sensor, query, [=] { return scanAddr(camera, addr, space, type); });
+}

@@ -1,0 +1,101 @@
+// Tracking of the MCU access state: which part of the MCU's memory the
+// sensor's mapped window currently shows.  Writes and reads of the access
+// control registers update the state kept in the shared-global context.
+#define CK_SOURCE "camkit_reg"
+#include "regs/regs_internal.h"
+
+namespace {
+
+bool named(const ci_reg_data_t* reg, const char* name) {
+    return osal_stricmp(reg->unique_desc, name) == 0;
+}
+
+bool pagedStyle(ci_s32 style) {
+    return style == 44 || style == 54 || style == 55;
+}
+
+bool advancedBaseStyle(ci_s32 style) {
+    return style == 71 || style == 103 || style == 110 || style == 111;
+}
+
+void takeRegion(_sg_context_t* shared, ci_u32 val) {
+    shared->current_phy_region = (val >> 6) & 0x3u;
+    shared->current_phy_a15 = val & 0x1u;
+}
+
+_sg_context_t* sharedState(ci_camera_t* camera, const ci_reg_data_t* reg) {
+    _common_context_t* context = _ctx(camera);
+    return (context && reg) ? context->sg_context : nullptr;
+}
+
+// Reads a register from the device under the lock, bypassing the cache
+// (the read itself updates the tracked paged state); the value of a
+// successful read is also handed to use, still under the lock.
+template <typename Use>
+void refreshFrom(ci_camera_t* camera, const char* name, Use use) {
+    ci_reg_data_t* reg = _registerLookup(camera, -1, name);
+    if (!reg) {
+        return;
+    }
+    RegisterLock lock(camera);
+    ci_u32 val = 0;
+    if (_readSensorRegsNocache(camera, reg, 1, &val) == CI_CAMERA_SUCCESS) {
+        use(val);
+    }
+}
+
+}  // namespace
+
+void _trackDirectAccess(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
+    _sg_context_t* shared = sharedState(camera, reg);
+    if (!shared) {
+        return;
+    }
+    const ci_s32 style = ci_McuAddrStyle(camera);
+    if (pagedStyle(style)) {
+        const char* physical = style == 44 ? "PHYSICAL_ADDR_ACCESS" : "PHYSICAL_ADDRESS_ACCESS";
+        const char* logical = style == 44 ? "MCU_ADDRESS" : "LOGICAL_ADDRESS_ACCESS";
+        if (named(reg, "ACCESS_CTL_STAT")) {
+            takeRegion(shared, val);
+        } else if (named(reg, physical)) {
+            shared->current_access_logical = 0;
+        } else if (named(reg, logical)) {
+            shared->current_access_logical = 1;
+        }
+    } else if (advancedBaseStyle(style) && named(reg, "ADVANCED_BASE")) {
+        shared->current_adv_base = val;
+    }
+}
+
+void _trackDirectAccessRead(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
+    _sg_context_t* shared = sharedState(camera, reg);
+    if (!shared || !named(reg, "ACCESS_CTL_STAT") || !pagedStyle(ci_McuAddrStyle(camera))) {
+        return;
+    }
+    shared->current_access_logical = (val & 0x4u) ? 0 : 1;
+    takeRegion(shared, val);
+}
+
+void _updateDirectAccess(ci_camera_t* camera) {
+    const ci_s32 style = ci_McuAddrStyle(camera);
+    if (pagedStyle(style)) {
+        refreshFrom(camera, "ACCESS_CTL_STAT", [](ci_u32) {});
+    } else if (advancedBaseStyle(style)) {
+        refreshFrom(camera, "ADVANCED_BASE", [camera](ci_u32 val) {
+            if (_sg_context_t* shared = _ctx(camera)->sg_context) {
+                shared->current_adv_base = val;
+            }
+        });
+    }
+}
+
+void _initialRegModes(ci_camera_t* camera) {
+    const ci_sensor_t* sensor = camera ? camera->sensor : nullptr;
+    if (!sensor) {
+        return;
+    }
+    const ci_s32 model = (ci_s32)sensor->sensorType;
+    if (advancedBaseStyle(model)) {
+        ci_setMode(camera, CI_ALLOW_FAR_ACCESS, 0);
+    }
+}

@@ -1,0 +1,92 @@
+// Helpers shared by the files of the register-access module only (lookup,
+// cache and read/write core).  Other modules use camkit_private.h.
+#pragma once
+
+#include "core/camkit_private.h"
+
+// ---------------------------------------------------------------------------
+// Name and address index of a sensor description (camkit_reg_index.cpp).
+//
+// The description records cannot grow fields, so the index lives beside them
+// in a process-wide table keyed by the description.  An entry is valid while
+// the description's (regs, num_regs, addr_space) are those it was built
+// from; otherwise it is rebuilt on the next use.  When the index cannot be
+// built (out of memory) the lookups fall back to a linear scan with the same
+// answers.
+// ---------------------------------------------------------------------------
+
+// Builds (or refreshes) the index of a description ahead of its first use.
+void _regIndexBuild(const ci_sensor_t* sensor);
+
+// Index of the first register (in file order) whose name equals name,
+// ignoring case; -1 when there is none.
+ci_s32 _regIndexFindName(const ci_sensor_t* sensor, const char* name);
+
+// Index of the first register (in file order) at address addr whose address
+// space matches (type, space) by the address-space match rule; -1 when there
+// is none.  The type is taken as a raw number because some callers probe
+// with values that are not address types.
+ci_s32 _regIndexFindAddr(ci_camera_t* camera, ci_u32 addr, ci_u32 space, ci_u32 type);
+
+// The address-space match rule with the wanted type as a raw number.
+int _addrSpaceMatchRaw(ci_camera_t* camera, const ci_addr_space_val_t* space, ci_u32 type, ci_u32 value);
+
+// ---------------------------------------------------------------------------
+// Register cache internals (camkit_cache_*.cpp).  All expect the camera lock
+// to be held (or the camera to be in set-up).
+// ---------------------------------------------------------------------------
+
+// Cache entry array and its length for a camera, or NULL/0 without a cache.
+_regCache* _regCacheEntries(ci_camera_t* camera, ci_s32* count);
+
+// Index of a record inside its camera's sensor description, or -1 when the
+// record is not one of the description's registers (a temporary record).
+ci_s32 _regCacheIndexOfRecord(ci_camera_t* camera, const ci_reg_data_t* reg);
+
+// ci_GetRegCacheValueReg without taking the lock.
+ci_s32 _regCacheGetReg(ci_camera_t* camera, const ci_reg_data_t* reg, ci_u32* val);
+
+// ---------------------------------------------------------------------------
+// Read/write core internals.
+// ---------------------------------------------------------------------------
+
+// Saves a camera mode, sets a new value, and restores the saved value when
+// it goes out of scope.  A mode the camera cannot read is left alone.
+class ScopedMode {
+public:
+    ScopedMode(ci_camera_t* camera, ci_modes mode, ci_u32 value);
+    ~ScopedMode();
+    ScopedMode(const ScopedMode&) = delete;
+    ScopedMode& operator=(const ScopedMode&) = delete;
+
+private:
+    ci_camera_t* camera_;
+    ci_modes mode_;
+    ci_u32 saved_;
+    bool restore_;
+};
+
+// Holds the camera's register lock for the lifetime of the object.
+class RegisterLock {
+public:
+    explicit RegisterLock(ci_camera_t* camera) : camera_(camera) { _getRegisterLock(camera_); }
+    ~RegisterLock() { _releaseRegisterLock(camera_); }
+    RegisterLock(const RegisterLock&) = delete;
+    RegisterLock& operator=(const RegisterLock&) = delete;
+
+private:
+    ci_camera_t* camera_;
+};
+
+// Address type of a register record (CI_REG_ADDR without an address space).
+static inline ci_addr_type _regType(const ci_reg_data_t* reg) {
+    return reg->addr_space ? reg->addr_space->type : CI_REG_ADDR;
+}
+
+// Joins count words (most significant first, each dataBits wide) into one
+// value, and splits a value into count such words.
+ci_u32 _joinWords(const ci_u32* words, ci_u32 count, ci_u32 dataBits);
+void _splitWords(ci_u32 value, ci_u32 count, ci_u32 dataBits, ci_u32* words);
+
+// The calling thread's cache setting for a camera (0, 1 or 2).
+ci_s32 _cacheUse(ci_camera_t* camera);

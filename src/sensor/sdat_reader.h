@@ -1,0 +1,112 @@
+// Internals of the sectioned sensor-data reader, shared by its source files
+// (and by other readers of the same text format, such as chip files).
+#pragma once
+
+#include <stddef.h>
+#include <stdio.h>
+
+#include "core/camkit_private.h"
+
+// Longest line each section reads, terminator included.  Longer lines are
+// cut at the limit; the rest of such a line is discarded.
+enum {
+    SDAT_LINE_DESCRIPTOR = 250,
+    SDAT_LINE_OPTIONAL = 250,
+    SDAT_LINE_ADDR_SPACE = 512,
+    SDAT_LINE_SUBDEVICES = 512,
+    SDAT_LINE_REGISTERS = 1024,
+    SDAT_LINE_MAX = 1024
+};
+
+// Reading state of one file.
+typedef struct sdat_reader {
+    FILE* fp;
+    const char* fileName;    // as given by the caller; used in every message
+    ci_s32 lineNo;           // physical number of the line held in `line`
+    ci_camera_t* camera;
+    ci_sensor_t* sensor;     // the record being filled
+    _common_context_t* ctx;  // the camera's common context
+    char line[SDAT_LINE_MAX];
+} sdat_reader;
+
+// ---- lines and sections (sdat_lines.cpp)
+// Reads the next line that is neither blank nor a comment into buffer (cut to
+// size - 1 characters, line end removed).  Returns the number of physical
+// lines consumed, comment and blank lines included; 0 at end of file.
+ci_s32 get_line(FILE* fp, char* buffer, ci_s32 size);
+// get_line into r->line, keeping r->lineNo.  Returns 0 at end of file.
+int sdat_next_line(sdat_reader* r, ci_s32 limit);
+// True for a line that closes a section ("[END]" in the first column).
+int end_section(const char* line);
+// Reads up to the next section header; its name goes to name.  Returns 0 at
+// end of file.  The header line stays in r->line.
+int get_section(sdat_reader* r, char* name, size_t size);
+// Skips the rest of the current section.
+void parse_unknown(sdat_reader* r);
+// Reports the reader's current line as a syntax error with the given code.
+void sdat_syntaxerror(const sdat_reader* r, ci_error_code code);
+
+// ---- text helpers (sdat_text.cpp)
+// Reads one "%i" number from the front of *text and advances past it.
+int extract_val(const char** text, ci_u32* value);
+// Copies the text between the first pair of double quotes of source (or the
+// trimmed source when it has none) into dest.  Returns 1 when quotes were
+// found.
+int extract_string(char* dest, size_t size, const char* source);
+// Copies the trimmed source into dest (a ci_string); fails (returns 0) when
+// the result is empty or has inner blanks.
+int StringCopyandCheckSpace(char* dest, const char* source);
+// Copies a description text into a ci_string; a text that does not fit keeps
+// its first 252 characters followed by "...".
+void sdat_copy_text(char* dest, const char* source, size_t length);
+// The first and second double-quoted texts of a register or bitfield line's
+// remainder.
+void sdat_descriptions(const char* remainder, char* desc, char* detail);
+// Access keyword: "RO" 0, "WO" 2, anything else 1 (first two characters).
+ci_u32 sdat_access(const char* text);
+// Case-insensitive prefix test.
+int sdat_has_prefix(const char* text, const char* prefix);
+
+// ---- sections
+ci_error_code parse_sensor_descriptor(sdat_reader* r);
+ci_error_code parse_optional(sdat_reader* r);
+ci_error_code parse_addr_space(sdat_reader* r);
+ci_s32 get_num_regs(sdat_reader* r);
+ci_error_code parse_registers(sdat_reader* r);
+ci_error_code parse_subdevices(sdat_reader* r);
+
+// ---- value lists (sdat_values.cpp)
+// How a list treats its capacity: LIST_FULL_IS_ERROR stores the value that
+// fills the last slot and reports it (so a ten-slot list accepts nine);
+// LIST_OVERFLOW_IS_ERROR fills every slot and reports one value more.
+typedef enum sdat_list_rule { LIST_FULL_IS_ERROR, LIST_OVERFLOW_IS_ERROR } sdat_list_rule;
+// Reads one number, or a parenthesised list of numbers separated by blanks
+// (or commas), from text into values.  *count receives the number stored.
+// Returns 0, or CI_CHIP_DESC_ERROR after reporting the line when the list
+// breaks its limit (the list then ends).
+ci_error_code sdat_value_list(const sdat_reader* r, const char* text, ci_u32* values, ci_s32 capacity,
+                              ci_s32* count, sdat_list_rule rule);
+
+// ---- probe data of the optional section (sdat_probe.cpp)
+// Each reads r->line; `rest` is the text after its equals sign.
+ci_error_code sdat_part_number(sdat_reader* r, const char* rest);
+ci_error_code sdat_version_write(sdat_reader* r, _probe_term_t* term);
+ci_error_code sdat_version_wait(sdat_reader* r, _probe_term_t* term);
+// VERSION_REG_READ / VERSION_REG_RESETIF: register name, mask and values.
+ci_error_code sdat_reg_data(sdat_reader* r, _regData* data);
+ci_error_code sdat_serial_match(sdat_reader* r, _probe_term_t* term, const char* rest);
+
+// ---- early rejects (sdat_early_reject.cpp)
+// Runs fn with r->sensor temporarily attached as the camera's sensor.
+ci_s32 sdat_with_sensor(sdat_reader* r, ci_s32 (*fn)(ci_camera_t*, ci_s32), ci_s32 arg);
+ci_error_code sdat_reject_after_descriptor(sdat_reader* r);
+ci_error_code sdat_reject_after_optional(sdat_reader* r);
+// Called after each register is stored; may run the chip-version match.
+ci_error_code sdat_reject_chip_version(sdat_reader* r, const ci_reg_data_t* reg);
+
+// ---- record set-up (sdat_record.cpp)
+// Frees the record's tables, zeroes it and sets the parse defaults in the
+// record and the context.
+void sdat_reset_record(ci_sensor_t* sensor, _common_context_t* ctx, const char* fileName);
+// pixelBits, pixelBytes, bufferSize, zoomFactor and the image-type refinement.
+void sdat_finish_descriptor(ci_sensor_t* sensor, _common_context_t* ctx);

@@ -1,0 +1,29 @@
+// Register and bitfield lines of the registers section.
+#pragma once
+
+#include "core/camkit_private.h"
+#include "sensor/sdat_reader.h"
+
+// The fields of one register line as scanned.
+typedef struct sdat_register_line {
+    char name[CI_STRING_LEN];
+    ci_u32 addr;
+    char space[40];
+    ci_u32 span;  // number of addresses (sdat_version 2 and above), else 1
+    ci_u32 mask;
+    char rw[5];
+    ci_u32 def;
+    char rest[761];  // the quoted description and detail
+} sdat_register_line;
+
+// Scans a register line in the form of the file's sdat_version; returns 0
+// when too few items scan.
+int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l);
+// The more lenient test of the counting pass.
+int sdat_counts_as_register(const char* line, ci_s32 sdatVersion);
+// Fills *reg (zeroed first) from a scanned line of the sensor's file.
+void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg);
+// Scans a bitfield line into *bf; returns 0 when the line is not one.
+int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf);
+// A page-select register records its address in the address-space table.
+void sdat_note_page_select(ci_sensor_t* sensor, const ci_reg_data_t* reg);

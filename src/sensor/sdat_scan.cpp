@@ -1,0 +1,170 @@
+// A small scanf for the sensor-data readers (see sdat_scan.h).
+#include "sensor/sdat_scan.h"
+
+#include <assert.h>
+#include <ctype.h>
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdlib.h>
+#include <string.h>
+
+namespace {
+
+struct scan_state {
+    const char* in;     // next input character
+    const char* start;  // beginning of the input (for %n)
+    int stored;         // conversions stored so far
+};
+
+inline bool is_blank(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
+
+inline void skip_blanks(scan_state& s) {
+    while (is_blank(*s.in)) ++s.in;
+}
+
+// Reads the decimal width of a conversion; 0 when none is given.
+int read_width(const char** f) {
+    int width = 0;
+    while (**f >= '0' && **f <= '9') {
+        width = width * 10 + (**f - '0');
+        ++*f;
+    }
+    return width;
+}
+
+// Parses the set of a %[ conversion starting after '['.  *f is left after the
+// closing ']'.  Returns the set's characters through set/setLen.
+void read_set(const char** f, bool* negate, const char** set, size_t* setLen) {
+    const char* p = *f;
+    *negate = (*p == '^');
+    if (*negate) ++p;
+    const char* first = p;
+    if (*p == ']') ++p;  // a leading ']' belongs to the set
+    while (*p && *p != ']') ++p;
+    *set = first;
+    *setLen = static_cast<size_t>(p - first);
+    *f = *p ? p + 1 : p;
+}
+
+// One %i: returns false on a matching failure.
+bool convert_int(scan_state& s, uint32_t* out) {
+    skip_blanks(s);
+    char* end = nullptr;
+    long long value = strtoll(s.in, &end, 0);
+    if (end == s.in) return false;
+    // Like scanf, "0x" without hexadecimal digits reads as 0 and uses the 'x'.
+    const char* digits = s.in + ((*s.in == '-' || *s.in == '+') ? 1 : 0);
+    if ((*end == 'x' || *end == 'X') && end == digits + 1 && *digits == '0') ++end;
+    *out = static_cast<uint32_t>(static_cast<unsigned long long>(value));
+    s.in = end;
+    return true;
+}
+
+bool convert_word(scan_state& s, char* out, int width) {
+    skip_blanks(s);
+    int n = 0;
+    while (n < width && s.in[n] && !is_blank(s.in[n])) {
+        out[n] = s.in[n];
+        ++n;
+    }
+    if (n == 0) return false;
+    out[n] = '\0';
+    s.in += n;
+    return true;
+}
+
+bool convert_set(scan_state& s, char* out, int width, bool negate, const char* set, size_t setLen) {
+    int n = 0;
+    while (n < width && s.in[n]) {
+        bool inSet = memchr(set, s.in[n], setLen) != nullptr;
+        if (inSet == negate) break;
+        out[n] = s.in[n];
+        ++n;
+    }
+    if (n == 0) return false;
+    out[n] = '\0';
+    s.in += n;
+    return true;
+}
+
+// Runs one conversion whose '%' has been consumed; *f is advanced past it.
+// Returns 1 stored, 0 nothing stored (%n), -1 failure.
+int convert(scan_state& s, const char** f, va_list* ap) {
+    int width = read_width(f);
+    char kind = *(*f)++;
+    switch (kind) {
+        case 'n':
+            *va_arg(*ap, int*) = static_cast<int>(s.in - s.start);
+            return 0;
+        case 'i':
+            return convert_int(s, va_arg(*ap, uint32_t*)) ? 1 : -1;
+        case 's':
+            assert(width > 0 && "sdat_scan: %s needs a width");
+            return convert_word(s, va_arg(*ap, char*), width) ? 1 : -1;
+        case '[': {
+            assert(width > 0 && "sdat_scan: %[ needs a width");
+            bool negate = false;
+            const char* set = nullptr;
+            size_t setLen = 0;
+            read_set(f, &negate, &set, &setLen);
+            return convert_set(s, va_arg(*ap, char*), width, negate, set, setLen) ? 1 : -1;
+        }
+        default:
+            assert(!"sdat_scan: unsupported conversion");
+            return -1;
+    }
+}
+
+// True when the input is used up at a point where a conversion needs it.
+bool input_ends_before(const scan_state& s, char kind) {
+    const char* p = s.in;
+    if (kind != '[')
+        while (is_blank(*p)) ++p;
+    return *p == '\0';
+}
+
+// The conversion letter of the directive at f (after '%' and the width).
+char conversion_kind(const char* f) {
+    while (*f >= '0' && *f <= '9') ++f;
+    return *f;
+}
+
+}  // namespace
+
+int sdat_scan(const char* text, const char* format, ...) {
+    scan_state s{text, text, 0};
+    va_list ap;
+    va_start(ap, format);
+    const char* f = format;
+    bool ended = false;  // input failure (as opposed to a mismatch)
+    while (*f) {
+        if (is_blank(*f)) {
+            skip_blanks(s);
+            ++f;
+            continue;
+        }
+        if (*f != '%' || f[1] == '%') {
+            char literal = *f;
+            f += (*f == '%') ? 2 : 1;
+            if (literal == '%') skip_blanks(s);
+            if (*s.in == '\0') {
+                ended = true;
+                break;
+            }
+            if (*s.in != literal) break;
+            ++s.in;
+            continue;
+        }
+        ++f;
+        char kind = conversion_kind(f);
+        if (kind != 'n' && input_ends_before(s, kind)) {
+            ended = true;
+            break;
+        }
+        int r = convert(s, &f, &ap);
+        if (r < 0) break;
+        s.stored += r;
+    }
+    va_end(ap);
+    return (ended && s.stored == 0) ? -1 : s.stored;
+}

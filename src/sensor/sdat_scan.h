@@ -1,0 +1,21 @@
+// A small scanf for the sensor-data readers.
+//
+// The line formats of the sectioned sensor-data files are written as scanf
+// formats ("%255[^=]= {%i, %39[^,], ...") and those formats define the
+// accepted syntax.  sdat_scan() reads the same formats with the same rules
+// as sscanf, with two differences that matter to us:
+//  - %i stores the low 32 bits of the number into a 32-bit integer (signed or
+//    unsigned), on every platform.  (With sscanf, "0xFFFFFFFF" clamps to
+//    0x7FFFFFFF on a platform whose long is 32 bits.)
+//  - it is several times faster, which matters for sensors with thousands of
+//    registers.
+// Supported conversions: %i, %Ns, %N[set], %N[^set] (a width is required for
+// the text conversions), %n and %%.  Blanks in the format skip any white
+// space; any other character must match.  The result is the number of
+// conversions stored (%n not counted), or -1 when the text ends before the
+// first conversion.
+#pragma once
+
+#include <stdint.h>
+
+int sdat_scan(const char* text, const char* format, ...) __attribute__((format(scanf, 2, 3)));

@@ -1,0 +1,94 @@
+// Small text helpers of the sensor-data readers: numbers from the front of a
+// text, quoted strings, names, description texts and access keywords.
+#define CK_SOURCE "sensor_data"
+#include "core/camkit_private.h"
+#include "sensor/sdat_reader.h"
+#include "sensor/sdat_scan.h"
+
+#include <ctype.h>
+#include <string.h>
+
+namespace {
+
+// Finds the n-th (0-based) double-quoted text of source.  An unterminated
+// quote runs to the end of the text.  Returns false when there is none.
+bool quoted_text(const char* source, int n, const char** begin, size_t* length) {
+    const char* p = source;
+    for (int i = 0;; ++i) {
+        const char* open = strchr(p, '"');
+        if (!open) return false;
+        const char* close = strchr(open + 1, '"');
+        if (i == n) {
+            *begin = open + 1;
+            *length = close ? static_cast<size_t>(close - open - 1) : strlen(open + 1);
+            return true;
+        }
+        if (!close) return false;
+        p = close + 1;
+    }
+}
+
+void copy_bounded(char* dest, size_t size, const char* source, size_t length) {
+    if (size == 0) return;
+    if (length >= size) length = size - 1;
+    memcpy(dest, source, length);
+    dest[length] = '\0';
+}
+
+}  // namespace
+
+int extract_val(const char** text, ci_u32* value) {
+    int used = 0;
+    if (sdat_scan(*text, "%i%n", value, &used) != 1) return 0;
+    *text += used;
+    return 1;
+}
+
+int extract_string(char* dest, size_t size, const char* source) {
+    const char* begin = nullptr;
+    size_t length = 0;
+    if (quoted_text(source, 0, &begin, &length)) {
+        copy_bounded(dest, size, begin, length);
+        return 1;
+    }
+    copy_bounded(dest, size, source, strlen(source));
+    osal_trim(dest);
+    return 0;
+}
+
+int StringCopyandCheckSpace(char* dest, const char* source) {
+    copy_bounded(dest, CI_STRING_LEN, source, strlen(source));
+    osal_trim(dest);
+    if (dest[0] == '\0') return 0;
+    for (const char* p = dest; *p; ++p)
+        if (isspace(static_cast<unsigned char>(*p))) return 0;
+    return 1;
+}
+
+void sdat_copy_text(char* dest, const char* source, size_t length) {
+    if (length < CI_STRING_LEN) {
+        copy_bounded(dest, CI_STRING_LEN, source, length);
+        return;
+    }
+    const size_t kept = CI_STRING_LEN - 4;  // 252 characters and "..."
+    memcpy(dest, source, kept);
+    memcpy(dest + kept, "...", 4);
+}
+
+void sdat_descriptions(const char* remainder, char* desc, char* detail) {
+    const char* begin = nullptr;
+    size_t length = 0;
+    desc[0] = detail[0] = '\0';
+    if (quoted_text(remainder, 0, &begin, &length)) sdat_copy_text(desc, begin, length);
+    if (quoted_text(remainder, 1, &begin, &length)) sdat_copy_text(detail, begin, length);
+}
+
+ci_u32 sdat_access(const char* text) {
+    if (osal_strnicmp(text, "RO", 2) == 0) return 0;
+    if (osal_strnicmp(text, "WO", 2) == 0) return 2;
+    return 1;
+}
+
+int sdat_has_prefix(const char* text, const char* prefix) {
+    return osal_strnicmp(text, prefix, strlen(prefix)) == 0;
+}

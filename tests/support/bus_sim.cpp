@@ -1,0 +1,309 @@
+// The simulated two-wire bus (see the header).
+#include "bus_sim.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+ci_u32 cutToWidth(ci_u32 value, ci_u32 bits) { return bits >= 32 || bits == 0 ? value : value & ((1u << bits) - 1); }
+
+// Register addresses advance by 2 for each 16-bit word of a device with
+// 16-bit (byte) addresses, by 1 otherwise.
+ci_u32 rawStep(ci_u32 addrBits, ci_u32 dataBits) { return addrBits == 16 && dataBits == 16 ? 2 : 1; }
+
+BusSim* simOf(ci_camera_t* camera) {
+    _common_context_t* ctx = _ctx(camera);
+    return ctx != NULL ? static_cast<BusSim*>(ctx->transport_context) : nullptr;
+}
+
+void threadSizes(ci_camera_t* camera, ci_u32* addrBits, ci_u32* dataBits) {
+    const _tl_context_t* view = _thread_local_context(camera);
+    *addrBits = (ci_u32)view->reg_addr_size;
+    *dataBits = (ci_u32)view->reg_data_size;
+}
+
+ci_error_code simReadRegister(ci_camera_t* camera, ci_u32 base, ci_u32 reg, ci_u32* value) {
+    ci_u32 addrBits, dataBits;
+    threadSizes(camera, &addrBits, &dataBits);
+    return simOf(camera)->read(base, reg, addrBits, dataBits, value);
+}
+
+ci_error_code simWriteRegister(ci_camera_t* camera, ci_u32 base, ci_u32 reg, ci_u32 value) {
+    ci_u32 addrBits, dataBits;
+    threadSizes(camera, &addrBits, &dataBits);
+    return simOf(camera)->write(base, reg, addrBits, dataBits, value);
+}
+
+// A run of consecutive registers, as one auto-incrementing transfer does.
+ci_error_code simRun(ci_camera_t* camera, bool write, ci_u32 base, ci_u32 start, ci_u32 step, ci_u32 count,
+                     ci_u32* values) {
+    ci_u32 addrBits, dataBits;
+    threadSizes(camera, &addrBits, &dataBits);
+    BusSim* sim = simOf(camera);
+    for (ci_u32 i = 0; i < count; i++) {
+        const ci_u32 reg = start + i * step;
+        const ci_error_code result = write ? sim->write(base, reg, addrBits, dataBits, values[i])
+                                           : sim->read(base, reg, addrBits, dataBits, &values[i]);
+        if (result != CI_CAMERA_SUCCESS) return result;
+    }
+    return CI_CAMERA_SUCCESS;
+}
+
+ci_error_code simReadRegisters(ci_camera_t* camera, ci_u32 base, ci_u32 start, ci_u32 count, ci_u32* values) {
+    ci_u32 addrBits, dataBits;
+    threadSizes(camera, &addrBits, &dataBits);
+    return simRun(camera, false, base, start, rawStep(addrBits, dataBits), count, values);
+}
+
+ci_error_code simWriteRegisters(ci_camera_t* camera, ci_u32 base, ci_u32 start, ci_u32 count, ci_u32* values) {
+    ci_u32 addrBits, dataBits;
+    threadSizes(camera, &addrBits, &dataBits);
+    return simRun(camera, true, base, start, rawStep(addrBits, dataBits), count, values);
+}
+
+// Sensor registers: like a board transport, the thread's sizes are replaced
+// by the sensor's for the run and the address space is selected first.
+ci_error_code simSensorRun(ci_camera_t* camera, bool write, ci_u32 space, ci_u32 start, ci_u32 count,
+                           ci_u32* values) {
+    const ci_sensor_t* sensor = camera->sensor;
+    if (sensor == NULL) return CI_SENSOR_NOT_INITIALIZED;
+    _tl_context_t* view = _thread_local_context(camera);
+    const _tl_context_t saved = *view;
+    view->reg_addr_size = (ci_s32)sensor->reg_addr_size;
+    view->reg_data_size = (ci_s32)sensor->reg_data_size;
+    _updateAddrSpace(camera, space, write ? 0 : 1);
+    const ci_error_code result =
+        simRun(camera, write, sensor->shipAddr, start, ci_GetAddrIncrement(camera, CI_REG_ADDR), count, values);
+    view->reg_addr_size = saved.reg_addr_size;
+    view->reg_data_size = saved.reg_data_size;
+    return result;
+}
+
+ci_error_code simReadSensorRegisters(ci_camera_t* camera, ci_u32 space, ci_u32 start, ci_u32 count,
+                                     ci_u32* values) {
+    return simSensorRun(camera, false, space, start, count, values);
+}
+
+ci_error_code simWriteSensorRegisters(ci_camera_t* camera, ci_u32 space, ci_u32 start, ci_u32 count,
+                                      ci_u32* values) {
+    return simSensorRun(camera, true, space, start, count, values);
+}
+
+ci_error_code simSetMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
+    if (mode == CI_SENSOR_RESET) simOf(camera)->setReset(value != 0);
+    return _SetMode(camera, mode, value);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- devices
+
+BusDevice& BusDevice::seed(ci_u32 reg, ci_u32 value) {
+    seed_[reg] = value;
+    regs_[reg] = value;
+    return *this;
+}
+
+BusDevice& BusDevice::poke(ci_u32 reg, ci_u32 value) {
+    regs_[reg] = value;
+    return *this;
+}
+
+ci_u32 BusDevice::peek(ci_u32 reg) const {
+    auto it = regs_.find(reg);
+    return it == regs_.end() ? 0 : it->second;
+}
+
+BusDevice& BusDevice::forget(ci_u32 reg) {
+    regs_.erase(reg);
+    seed_.erase(reg);
+    return *this;
+}
+
+BusDevice& BusDevice::onWrite(ci_u32 watchReg, ci_u32 mask, ci_u32 value, ci_u32 targetReg, ci_u32 result,
+                              int afterReads) {
+    triggers_.push_back(Trigger{watchReg, mask, value, targetReg, result, afterReads});
+    return *this;
+}
+
+BusDevice& BusDevice::onResetLine(bool connected) {
+    onResetLine_ = connected;
+    return *this;
+}
+
+int BusDevice::writesTo(ci_u32 reg) const {
+    auto it = writes_.find(reg);
+    return it == writes_.end() ? 0 : it->second;
+}
+
+ci_u32 BusDevice::read(ci_u32 reg) {
+    for (auto it = pending_.begin(); it != pending_.end();) {
+        if (it->targetReg == reg && --it->readsLeft <= 0) {
+            regs_[reg] = it->result;
+            it = pending_.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    return peek(reg);
+}
+
+void BusDevice::write(ci_u32 reg, ci_u32 value) {
+    regs_[reg] = value;
+    writes_[reg]++;
+    for (const Trigger& t : triggers_) {
+        if (t.watchReg != reg || ((value ^ t.value) & t.mask) != 0) continue;
+        if (t.afterReads <= 0) {
+            regs_[t.targetReg] = t.result;
+        } else {
+            pending_.push_back(Pending{t.targetReg, t.result, t.afterReads});
+        }
+    }
+}
+
+void BusDevice::reset() {
+    regs_ = seed_;
+    pending_.clear();
+}
+
+// ---------------------------------------------------------------- the bus
+
+BusDevice& BusSim::addDevice(ci_u32 base, ci_u32 addrBits, ci_u32 dataBits) {
+    devices_.erase(base);
+    return devices_.emplace(base, BusDevice(base, addrBits, dataBits)).first->second;
+}
+
+BusDevice& BusSim::addSensorFromFile(const std::string& sensorFile, ci_u32 base) {
+    ci_camera_t* scratch = static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)));
+    ci_InitCameraContext(scratch);
+    ci_sensor_t sensor{};
+    const ci_error_code parsed = ci_ParseSensorFile(scratch, sensorFile.c_str(), &sensor);
+    EXPECT_EQ(parsed, CI_PARSE_SUCCESS) << "cannot seed a device from " << sensorFile;
+    if (base == kFileBase) base = sensor.shipAddr;
+    BusDevice& dev = addDevice(base, sensor.reg_addr_size, sensor.reg_data_size);
+    scratch->sensor = &sensor;
+    const ci_u32 step = ci_GetAddrIncrement(scratch, CI_REG_ADDR);
+    const ci_u32 wordBits = sensor.reg_data_size;
+    for (ci_s32 i = 0; parsed == CI_PARSE_SUCCESS && i < sensor.num_regs; i++) {
+        const ci_reg_data_t& reg = sensor.regs[i];
+        if (reg.addr_space != NULL && reg.addr_space->type != CI_REG_ADDR) continue;
+        const ci_u32 span = std::max<ci_u32>(reg.addr_span, 1);
+        for (ci_u32 k = 0; k < span; k++) {
+            const ci_u32 shift = (span - 1 - k) * wordBits;
+            const ci_u32 word = shift >= 32 ? 0 : cutToWidth(reg.default_val >> shift, wordBits);
+            dev.seed(reg.reg_addr + k * step, word);
+        }
+    }
+    scratch->sensor = NULL;
+    ci_DestructSensor(&sensor);
+    ci_FreeCameraContext(scratch);
+    free(scratch);
+    return dev;
+}
+
+BusDevice* BusSim::device(ci_u32 base) {
+    auto it = devices_.find(base);
+    return it == devices_.end() ? nullptr : &it->second;
+}
+
+void BusSim::removeDevice(ci_u32 base) { devices_.erase(base); }
+
+ci_error_code BusSim::record(ci_u32 base, ci_u32 reg, bool write, ci_u32 addrBits, ci_u32 dataBits, ci_u32 value,
+                             ci_error_code result) {
+    log_.push_back(BusTransaction{base, reg, write, addrBits, dataBits, value, result});
+    if (observer) observer(log_.back());
+    return result;
+}
+
+void BusSim::failAt(ci_u32 base, ci_error_code code) {
+    if (code == CI_CAMERA_SUCCESS) {
+        faults_.erase(base);
+    } else {
+        faults_[base] = code;
+    }
+}
+
+BusDevice* BusSim::answering(ci_u32 base, ci_error_code* failure) {
+    auto fault = faults_.find(base);
+    BusDevice* dev = device(base);
+    *failure = CI_I2C_NACK_ERROR;
+    if (fault != faults_.end()) {
+        *failure = fault->second;
+        return nullptr;
+    }
+    if (dev == nullptr || (resetAsserted_ && dev->resetConnected())) return nullptr;
+    return dev;
+}
+
+ci_error_code BusSim::read(ci_u32 base, ci_u32 reg, ci_u32 addrBits, ci_u32 dataBits, ci_u32* value) {
+    *value = 0;
+    ci_error_code failure;
+    BusDevice* dev = answering(base, &failure);
+    if (dev == nullptr) return record(base, reg, false, addrBits, dataBits, 0, failure);
+    *value = cutToWidth(dev->read(reg), dataBits);
+    return record(base, reg, false, addrBits, dataBits, *value, CI_CAMERA_SUCCESS);
+}
+
+ci_error_code BusSim::write(ci_u32 base, ci_u32 reg, ci_u32 addrBits, ci_u32 dataBits, ci_u32 value) {
+    value = cutToWidth(value, dataBits);
+    ci_error_code failure;
+    BusDevice* dev = answering(base, &failure);
+    if (dev == nullptr) return record(base, reg, true, addrBits, dataBits, value, failure);
+    dev->write(reg, value);
+    return record(base, reg, true, addrBits, dataBits, value, CI_CAMERA_SUCCESS);
+}
+
+void BusSim::setReset(bool asserted) {
+    if (asserted && !resetAsserted_) {
+        resetPulses_++;
+        for (auto& entry : devices_) {
+            if (entry.second.resetConnected()) entry.second.reset();
+        }
+    }
+    resetAsserted_ = asserted;
+}
+
+int BusSim::transactionsAt(ci_u32 base) const {
+    return (int)std::count_if(log_.begin(), log_.end(), [base](const BusTransaction& t) { return t.base == base; });
+}
+
+void BusSim::attach(ci_camera_t* camera) {
+    _common_context_t* ctx = _ctx(camera);
+    ctx->transport_context = this;
+    ctx->readRegisterNolock = simReadRegister;
+    ctx->writeRegisterNolock = simWriteRegister;
+    ctx->readRegistersNolock = simReadRegisters;
+    ctx->writeRegistersNolock = simWriteRegisters;
+    ctx->readSensorRegistersNolock = simReadSensorRegisters;
+    ctx->writeSensorRegistersNolock = simWriteSensorRegisters;
+    camera->readRegister = _generic_ReadRegister;
+    camera->writeRegister = _generic_WriteRegister;
+    camera->readRegisters = _generic_ReadRegisters;
+    camera->writeRegisters = _generic_WriteRegisters;
+    camera->readSensorRegisters = _generic_ReadSensorRegisters;
+    camera->writeSensorRegisters = _generic_WriteSensorRegisters;
+    camera->setMode = simSetMode;
+    camera->getMode = _GetMode;
+}
+
+BusSim* BusSim::of(ci_camera_t* camera) { return simOf(camera); }
+
+// ---------------------------------------------------------------- cameras
+
+SimCamera::SimCamera(BusSim& bus) : camera_(static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)))) {
+    ci_InitCameraContext(camera_);
+    // A real open initialises the camera's (recursive) lock before any
+    // nested locked call can happen; direct calls in tests need it too.
+    osal_init_critical_section(&ctx()->criticalSection, "");
+    bus.attach(camera_);
+}
+
+SimCamera::~SimCamera() {
+    if (camera_->sensor != NULL) _freeSensor(camera_);
+    ctx()->transport_context = NULL;
+    ci_FreeCameraContext(camera_);
+    free(camera_);
+}

@@ -1,0 +1,152 @@
+#pragma once
+// Sensor descriptions built in memory, laid out the way the sensor-data
+// readers leave them (zeroed heap records the library frees), and test
+// cameras that carry them.
+//
+//   SensorBuilder b;
+//   b.model(CI_ARRAY_IMAGER_SENSOR).widths(16, 16).shipAddr(0x20)
+//       .selectors(0x3000, 0x3002)          // address-space table + selector addresses
+//       .space("CORE", 0)                    // address-space values; the first is the default
+//       .space("VARS", 1, CI_MCU_ADDR)
+//       .reg("GAIN", 0x3012).field("DIGITAL", 0x0F00).field("ANALOG", 0x007F)
+//       .reg("EXPOSURE", 0x3014).span(2)
+//       .reg("AE_TARGET", 0x0010, 0xFF).in("VARS");
+//   TestCamera cam(b);   // camera + common and shared contexts + register cache
+//   ci_ReadSensorRegStr(cam, "GAIN", "ANALOG", &v);
+//
+// Registers of a sensor with an address-space table live in its first space
+// unless placed with in() or detached with noSpace(); without a table they
+// have no space.  Chips and long descriptions can be added too.
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/camkit_private.h"
+#include "scratch_dir.h"
+
+class SensorBuilder {
+public:
+    SensorBuilder();
+
+    // Sensor-wide settings.
+    SensorBuilder& name(const char* sensorName);
+    SensorBuilder& partNumber(const char* part);
+    SensorBuilder& model(ci_u32 sensorType);
+    SensorBuilder& version(ci_u32 sensorVersion);
+    SensorBuilder& widths(ci_u32 addrBits, ci_u32 dataBits);
+    SensorBuilder& shipAddr(ci_u32 base);
+
+    // Address-space table: selector register addresses (0 = none), then the
+    // values in table order.
+    SensorBuilder& selectors(ci_u32 readAddr, ci_u32 writeAddr);
+    SensorBuilder& space(const char* id, ci_u32 val, ci_addr_type type = CI_REG_ADDR, ci_u32 farBase = 0,
+                         ci_u32 farAddrBits = 8, ci_u32 farDataBits = 8);
+
+    // Registers, in file order; the modifiers apply to the last one added.
+    SensorBuilder& reg(const char* regName, ci_u32 addr, ci_u32 mask = 0xFFFF);
+    SensorBuilder& field(const char* fieldName, ci_u32 mask);
+    SensorBuilder& in(const char* spaceId);
+    SensorBuilder& noSpace();
+    SensorBuilder& span(ci_u32 words);
+    SensorBuilder& rw(ci_u32 access);
+    SensorBuilder& volatileReg();
+
+    // A board chip; registers added after it belong to it until sensorRegs().
+    SensorBuilder& chip(const char* chipName, ci_u32 baseAddr = 0);
+    SensorBuilder& sensorRegs();
+
+    // Long descriptions (null texts stay absent).
+    SensorBuilder& longDesc(const char* regName, const char* fieldName, const char* text);
+
+    // The sensor record, heap-allocated; free with ci_DestructSensor + free.
+    ci_sensor_t* build() const;
+    // The chip array (count in *count), heap-allocated; free with freeChips.
+    ci_chip_t* buildChips(ci_s32* count) const;
+    static void freeChips(ci_chip_t* chips, ci_s32 count);
+
+private:
+    struct Field {
+        std::string id;
+        ci_u32 mask;
+    };
+    struct Space {
+        std::string id;
+        ci_u32 val;
+        ci_addr_type type;
+        ci_u32 farBase, farAddrBits, farDataBits;
+    };
+    struct Reg {
+        std::string name;
+        ci_u32 addr, mask, span = 1, rw = 1, volat = 0;
+        std::string space;
+        bool noSpace = false;
+        std::vector<Field> fields;
+    };
+    struct Chip {
+        std::string name;
+        ci_u32 base;
+        std::vector<Reg> regs;
+    };
+    struct LongDesc {
+        const char* reg;
+        const char* field;
+        const char* text;
+    };
+
+    std::vector<Reg>& target();
+    Reg& last();
+    void fillReg(const Reg& from, ci_reg_data_t* to, ci_addr_space_t* table) const;
+
+    std::string name_ = "TESTSENSOR", part_;
+    ci_u32 model_ = 0, version_ = 1, addrBits_ = 16, dataBits_ = 16, ship_ = 0x20;
+    bool hasTable_ = false;
+    ci_u32 readSel_ = 0, writeSel_ = 0;
+    std::vector<Space> spaces_;
+    std::vector<Reg> regs_;
+    std::vector<Chip> chips_;
+    bool inChip_ = false;
+    std::vector<LongDesc> longDescs_;
+};
+
+// A camera record with a common context, shared context and register lock
+// (as an opened camera has), carrying the built sensor and its register
+// cache.  No transport is attached: set the context's hooks, or use
+// RecordingTransport.  Converts to ci_camera_t*.
+class TestCamera {
+public:
+    explicit TestCamera(const SensorBuilder& builder);
+    // beforeCache runs after the contexts exist and before the register cache
+    // is set up (whose invalidation already reads the MCU access registers):
+    // the place to attach a transport that should see that traffic.
+    TestCamera(const SensorBuilder& builder, const std::function<void(ci_camera_t*)>& beforeCache);
+    ~TestCamera();
+    TestCamera(const TestCamera&) = delete;
+    TestCamera& operator=(const TestCamera&) = delete;
+
+    ci_camera_t* get() const { return camera_; }
+    operator ci_camera_t*() const { return camera_; }
+    _common_context_t* context() const { return _ctx(camera_); }
+    ci_sensor_t* sensor() const { return camera_->sensor; }
+    ci_reg_data_t* reg(const char* name) const;
+    // The calling thread's cache setting (0 device, 1 cache, 2 cache only).
+    void useCache(ci_u32 mode);
+
+private:
+    ci_camera_t* camera_;
+};
+
+// Captures what the library writes to the process's error log (opened in a
+// scratch directory with the given level mask) for the object's lifetime.
+class LogCapture {
+public:
+    explicit LogCapture(ci_s32 mask = CI_LOG_ALL);
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    // Everything logged so far.
+    std::string text() const;
+
+private:
+    ScratchDir dir_;
+};

@@ -1,0 +1,325 @@
+// The camkit command-line tool, run as a subprocess on the null camera.
+//
+// The tool is found through $CAMKIT_CLI or next to the tests' build
+// directory (../tools/camkit); the tests are skipped when it is not built.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "scratch_dir.h"
+#include "test_paths.h"
+
+namespace {
+
+// A small sensor with every kind of register the commands treat apart:
+// read-only, write-only, confidential, a mask that does not start at bit 0,
+// and bitfields (one confidential).
+const char kSensor[] =
+    "; command-line tool test sensor\n"
+    "[CHIP_DESCRIPTOR]\n"
+    "SENSORNAME = \"CKCLITEST\"\n"
+    "WIDTH = 640\n"
+    "HEIGHT = 480\n"
+    "IMAGE_TYPE = BAYER\n"
+    "BITS_PER_CLOCK = 10\n"
+    "CLOCKS_PER_PIXEL = 1\n"
+    "SHIP_BASE_ADDRESS = 0x20\n"
+    "[END]\n"
+    "[OPTIONAL]\n"
+    "PART_NUMBER = \"CKT-0100\"\n"
+    "REG_ADDR_SIZE = 16\n"
+    "REG_DATA_SIZE = 16\n"
+    "[END]\n"
+    "[ADDR_SPACE]\n"
+    "CORE = {REG, 0, \"Core registers\"}\n"
+    "[END]\n"
+    "[REGISTERS]\n"
+    "CHIP_VERSION_REG = {0x3000, CORE, 0xFFFF, RO, 0x2604, \"Chip version\" \"\"}\n"
+    "TEST_GAIN = {0x3010, CORE, 0xFFFF, RW, 0x0010, \"Analog gain\" \"\"}\n"
+    "TEST_CTRL = {0x3012, CORE, 0x0FFF, RW, 0x0000, \"Control\" \"\"}\n"
+    " {MODE, 0x00F0, RW, \"Operating mode\" \"\"}\n"
+    " {ENABLE, 0x0001, RW, \"Enable\" \"\"}\n"
+    " {BIT_SECRET, 0x0800, RW, \"Hidden bit\" \"\"}\n"
+    "TEST_COUNT = {0x3014, CORE, 0xFFFF, RW, 0x0000, \"Counter\" \"\"}\n"
+    "TEST_RESET = {0x3016, CORE, 0x0001, WO, 0x0000, \"Soft reset\" \"\"}\n"
+    "RESERVED_3018 = {0x3018, CORE, 0xFFFF, RW, 0x0000, \"Reserved\" \"\"}\n"
+    "[END]\n";
+
+const char kDemoName[] = "ck_bayer16.sdat";
+
+struct ToolRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string tool_path() {
+    if (const char* env = std::getenv("CAMKIT_CLI")) return env;
+    char exe[4096];
+    const ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
+    if (n <= 0) return std::string();
+    std::string path(exe, static_cast<size_t>(n));
+    return path.substr(0, path.rfind('/')) + "/../tools/camkit";
+}
+
+std::string quoted(const std::string& arg) {
+    std::string q = "'";
+    for (char c : arg) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+std::string bundled_demo() { return std::string(ck_test_data_dir()) + "/sensor_data/" + kDemoName; }
+
+bool copy_file(const std::string& from, const std::string& to) {
+    std::ifstream in(from, std::ios::binary);
+    std::ofstream out(to, std::ios::binary);
+    out << in.rdbuf();
+    return in.good() && out.good();
+}
+
+bool has_line(const std::string& text, const std::string& line) {
+    std::istringstream in(text);
+    for (std::string l; std::getline(in, l);) {
+        if (l == line) return true;
+    }
+    return false;
+}
+
+// The line of a table whose first column is `name` ("" when there is none).
+std::string row_of(const std::string& text, const std::string& name) {
+    std::istringstream in(text);
+    for (std::string l; std::getline(in, l);) {
+        if (l.compare(0, name.size() + 1, name + " ") == 0) return l;
+    }
+    return std::string();
+}
+
+// The blank-separated words of a line.
+std::vector<std::string> cells(const std::string& line) {
+    std::istringstream in(line);
+    std::vector<std::string> words;
+    for (std::string w; in >> w;) words.push_back(w);
+    return words;
+}
+
+class Cli : public ::testing::Test {
+protected:
+    void SetUp() override {
+        tool_ = tool_path();
+        if (access(tool_.c_str(), X_OK) != 0) GTEST_SKIP() << "command-line tool not built: " << tool_;
+        sensor_ = dir_.write("cktest.sdat", kSensor);
+    }
+
+    // Runs the tool in the scratch directory with CI_HOME and CI_HOME_DEV
+    // unset unless `env` sets them ("NAME=value ...").
+    ToolRun run(const std::vector<std::string>& args, const std::string& env = "") const {
+        std::string cmd = "cd " + quoted(dir_.path()) + " && env -u CI_HOME -u CI_HOME_DEV " + env + " " + quoted(tool_);
+        for (const std::string& a : args) cmd += " " + quoted(a);
+        const std::string out = dir_.file("stdout.txt"), err = dir_.file("stderr.txt");
+        cmd += " >" + quoted(out) + " 2>" + quoted(err);
+        ToolRun r;
+        const int rc = std::system(cmd.c_str());
+        r.status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+        r.out = scratch_read_file(out);
+        r.err = scratch_read_file(err);
+        return r;
+    }
+
+    // The null camera on the test sensor, then the given arguments.
+    ToolRun on_sensor(std::vector<std::string> args) const {
+        args.insert(args.begin(), {"--transports", "null", "--sensor-data", sensor_});
+        return run(args);
+    }
+
+    ScratchDir dir_;
+    std::string tool_;
+    std::string sensor_;
+};
+
+
+}  // namespace
+
+TEST_F(Cli, FallsBackToTheDemoCameraFoundThroughCiHome) {
+    if (access(bundled_demo().c_str(), R_OK) != 0) GTEST_SKIP() << "no bundled demo sensor yet";
+    mkdir(dir_.file("home").c_str(), 0755);
+    mkdir(dir_.file("home/sensor_data").c_str(), 0755);
+    const std::string copy = dir_.file(std::string("home/sensor_data/") + kDemoName);
+    ASSERT_TRUE(copy_file(bundled_demo(), copy));
+
+    // Transport mask 0 finds nothing, so the demo camera is opened on the
+    // copy under $CI_HOME rather than on the bundled file.
+    ToolRun r = run({"--transports", "0", "list"}, "CI_HOME=" + quoted(dir_.file("home")));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("no camera found; using the demo camera"), std::string::npos) << r.err;
+    EXPECT_NE(row_of(r.out, "0").find("NUL"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find(copy), std::string::npos) << r.out;
+
+    // Without $CI_HOME the bundled data is used.
+    r = run({"--transports", "0", "list"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find(bundled_demo()), std::string::npos) << r.out;
+
+    r = run({"--transports", "0", "--no-demo", "list"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("no camera found"), std::string::npos) << r.err;
+    EXPECT_EQ(r.err.find("demo camera"), std::string::npos) << r.err;
+    EXPECT_EQ(r.out, "");
+}
+
+TEST_F(Cli, DemoTourWritesOnlyTheDemoCamera) {
+    if (access(bundled_demo().c_str(), R_OK) != 0) GTEST_SKIP() << "no bundled demo sensor yet";
+    const ToolRun r = run({"--transports", "0"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("$ camkit regs --limit 20"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("$ camkit set "), std::string::npos) << r.out;
+    // The value written is the one read back from the register cache.
+    const size_t set = r.out.find("$ camkit set ");
+    const std::string assignment = r.out.substr(set + 13, r.out.find(' ', set + 13) - set - 13);
+    const size_t eq = assignment.find('=');
+    ASSERT_NE(eq, std::string::npos) << assignment;
+    EXPECT_TRUE(has_line(r.out, assignment.substr(0, eq) + " = " + assignment.substr(eq + 1))) << r.out;
+}
+
+TEST_F(Cli, ListAndInfoDescribeTheSensor) {
+    ToolRun r = on_sensor({"list"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string row = row_of(r.out, "0");
+    for (const char* cell : {"NUL", "CKCLITEST", "CKT-0100", "  6  ", "cktest.sdat"})
+        EXPECT_NE(row.find(cell), std::string::npos) << cell << " in " << r.out;
+
+    r = on_sensor({"info"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (const char* text : {"Bayer 10", "640 x 480", "Null device, no driver", "0x20", "CORE"})
+        EXPECT_NE(r.out.find(text), std::string::npos) << text << " in " << r.out;
+}
+
+TEST_F(Cli, SetThenGetRoundTripsThroughTheCache) {
+    // The null camera drops writes: only the cache shows the value written.
+    ToolRun r = on_sensor({"--cache", "set", "TEST_GAIN=0x1234", "+", "get", "test_gain"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(has_line(r.out, "TEST_GAIN = 0x1234 (was 0x0000)")) << r.out;
+    EXPECT_TRUE(has_line(r.out, "TEST_GAIN = 0x1234")) << r.out;
+
+    r = on_sensor({"set", "TEST_GAIN=0x1234", "+", "get", "TEST_GAIN"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(has_line(r.out, "TEST_GAIN = 0x0000")) << r.out;
+
+    // A bitfield is shifted into place and shown shifted down.
+    r = on_sensor({"--cache", "set", "TEST_CTRL.mode=5", "+", "get", "TEST_CTRL.MODE", "TEST_CTRL"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(has_line(r.out, "TEST_CTRL.MODE = 5")) << r.out;
+    EXPECT_TRUE(has_line(r.out, "TEST_CTRL = 0x0050")) << r.out;
+}
+
+TEST_F(Cli, ValuesAreParsedByDataTypeAndChecked) {
+    // Plain digits are decimal even for a hexadecimal register; 0x is
+    // hexadecimal for an unsigned bitfield.
+    ToolRun r = on_sensor({"--cache", "set", "TEST_COUNT=100", "TEST_CTRL.MODE=0xA", "+", "get", "TEST_COUNT",
+                       "TEST_CTRL.MODE"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(has_line(r.out, "TEST_COUNT = 0x0064")) << r.out;
+    EXPECT_TRUE(has_line(r.out, "TEST_CTRL.MODE = 10")) << r.out;
+
+    struct Bad {
+        const char* arg;
+        const char* why;
+    };
+    for (const Bad& bad : {Bad{"TEST_CTRL.MODE=16", "out of range"}, Bad{"TEST_CTRL.MODE=-1", "out of range"},
+                           Bad{"TEST_CTRL.MODE=1.5", "not an integer"}, Bad{"TEST_GAIN=abc", "not an integer"},
+                           Bad{"TEST_CTRL=0x1000", "does not fit"}, Bad{"TEST_GAIN=0xZZ", "not a hexadecimal"},
+                           Bad{"TEST_GAIN", "not NAME=VALUE"}}) {
+        // The good assignment before the bad one is not written either.
+        r = on_sensor({"--cache", "set", "TEST_COUNT=7", bad.arg});
+        EXPECT_EQ(r.status, 2) << bad.arg;
+        EXPECT_NE(r.err.find(bad.why), std::string::npos) << bad.arg << ": " << r.err;
+        EXPECT_EQ(r.out, "") << bad.arg;
+    }
+}
+
+TEST_F(Cli, BadNamesAndAccessFailWithTheErrorSymbol) {
+    ToolRun r = on_sensor({"get", "TEST_GAIN", "FOO"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_TRUE(has_line(r.err, "camkit: get FOO: CAMERA_ERROR (Camera Error): no register FOO")) << r.err;
+    EXPECT_TRUE(has_line(r.out, "TEST_GAIN = 0x0000")) << "the good name is still read: " << r.out;
+
+    struct Bad {
+        std::vector<std::string> args;
+        const char* message;
+    };
+    const Bad bads[] = {
+        {{"get", "TEST_CTRL.NOPE"}, "CAMERA_ERROR (Camera Error): no bitfield TEST_CTRL.NOPE"},
+        {{"get", "TEST_RESET"}, "TEST_RESET is write-only"},
+        {{"set", "CHIP_VERSION_REG=1"}, "CHIP_VERSION_REG is read-only"},
+        {{"set", "NOPE.FIELD=1"}, "no register NOPE"},
+    };
+    for (const Bad& bad : bads) {
+        r = on_sensor(bad.args);
+        EXPECT_EQ(r.status, 1) << bad.message;
+        EXPECT_NE(r.err.find(bad.message), std::string::npos) << r.err;
+    }
+}
+
+TEST_F(Cli, RegsMatchesAPatternAndShowsBitfields) {
+    ToolRun r = on_sensor({"--cache", "set", "TEST_CTRL=0x0153", "+", "regs", "test_c*", "--fields"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    r.out = r.out.substr(r.out.find("NAME "));  // the table after the set's report
+    const std::vector<std::string> ctrl = {"TEST_CTRL", "0x3012", "CORE", "0x0153", "Control"};
+    EXPECT_EQ(cells(row_of(r.out, "TEST_CTRL")), ctrl) << r.out;
+    const std::vector<std::string> mode = {"MODE", "0x00F0", "5", "Operating", "mode"};
+    EXPECT_EQ(cells(row_of(r.out, "  MODE")), mode) << r.out;
+    const std::vector<std::string> enable = {"ENABLE", "0x0001", "1", "Enable"};
+    EXPECT_EQ(cells(row_of(r.out, "  ENABLE")), enable) << r.out;
+    EXPECT_NE(row_of(r.out, "TEST_COUNT"), "") << r.out;
+    EXPECT_EQ(row_of(r.out, "TEST_GAIN"), "") << r.out;
+    EXPECT_EQ(row_of(r.out, "  BIT_SECRET"), "") << "confidential bitfield shown: " << r.out;
+
+    // Write-only registers are not read; confidential ones only with --all.
+    r = on_sensor({"regs"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(row_of(r.out, "TEST_RESET").find("write-only"), std::string::npos) << r.out;
+    EXPECT_EQ(row_of(r.out, "RESERVED_3018"), "") << r.out;
+    r = on_sensor({"regs", "--all", "--limit", "1", "RESERVED_*"});
+    EXPECT_NE(row_of(r.out, "RESERVED_3018"), "") << r.out;
+
+    r = on_sensor({"regs", "NOMATCH*"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("no register matches NOMATCH*"), std::string::npos) << r.err;
+}
+
+TEST_F(Cli, UsageErrorsAndHelp) {
+    ToolRun r = run({"frobnicate"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("unknown command 'frobnicate'"), std::string::npos) << r.err;
+
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {"--log-level", "64", "list"}, {"get", "+"}, {"--transports", "usb,bogus", "list"}, {"regs", "--limit", "x"}}) {
+        r = on_sensor(args);
+        EXPECT_EQ(r.status, 2) << args[0] << " " << args[1] << ": " << r.err;
+    }
+
+    r = on_sensor({"--camera", "3", "list"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("no camera 3 (1 opened)"), std::string::npos) << r.err;
+
+    // A command's help is shown without opening any camera.
+    r = run({"--transports", "0", "--no-demo", "get", "--help"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("Usage: camkit [OPTIONS] get NAME[.FIELD]..."), std::string::npos) << r.out;
+}
+
+TEST_F(Cli, LogOptionsOpenTheLibraryLog) {
+    // The null transport logs a missing sensor file as an ordinary error.
+    const ToolRun r = run({"--transports", "null", "--sensor-data", dir_.file("missing.sdat"), "--no-demo", "--log",
+                       dir_.file("cli.log"), "--log-level", "2", "list"});
+    EXPECT_EQ(r.status, 1);
+    const std::string log = scratch_read_file(dir_.file("cli0.log"));
+    EXPECT_NE(log.find("does not exist"), std::string::npos) << log;
+}

@@ -1,0 +1,119 @@
+#include "cli_commands.h"
+
+namespace cli {
+
+const std::vector<CommandSpec>& all_commands() {
+    static const std::vector<CommandSpec> kCommands = {
+        {"list", "list", "list the cameras that were opened",
+         "Opens the cameras and prints one line for each: index (for --camera),\n"
+         "transport, product, sensor, part number, register count and the sensor\n"
+         "data file that describes it.\n",
+         true, run_list},
+        {"info", "info", "details of the selected camera and its sensor",
+         "Prints the product, firmware, transport and driver of the selected camera,\n"
+         "and its sensor: name, type code, version, part number, image type, size,\n"
+         "bits per pixel, serial address, register address and data sizes and the\n"
+         "address spaces of the register map.\n",
+         true, run_info},
+        {"regs", "regs [PATTERN] [--fields] [--all] [--limit N]", "dump the registers whose names match PATTERN",
+         "Reads and prints every register whose name matches PATTERN (default '*';\n"
+         "'*' matches any text, '?' one character, case is ignored): name, address,\n"
+         "address space, value and description.  Values are shown by the register's\n"
+         "data type; a register that cannot be read shows the error's symbol, a\n"
+         "write-only register is not read.\n"
+         "\n"
+         "  --fields   also print each bitfield: name, mask, value and description\n"
+         "  --all      include the registers and bitfields marked confidential\n"
+         "  --limit N  print at most N registers\n",
+         true, run_regs},
+        {"get", "get NAME[.FIELD]...", "read registers or bitfields",
+         "Reads each register or bitfield and prints 'NAME = value' (or\n"
+         "'NAME.FIELD = value'), the value shown by its data type.  Names are those\n"
+         "of the sensor data and are compared without regard to case.\n",
+         true, run_get},
+        {"set", "set NAME[.FIELD]=VALUE...", "write registers or bitfields",
+         "Writes each value and prints 'NAME = value (was old)', the value read back\n"
+         "after the write.  Every argument is checked before anything is written.\n"
+         "VALUE is read by the data type of the register or bitfield: decimal for\n"
+         "every type ('-3' for signed types, '1.25' for fixed-point and floating\n"
+         "types), and '0x...' for the raw bits of any type.  A value the register\n"
+         "or bitfield cannot hold is refused.  A bitfield is written by\n"
+         "read-modify-write of its register.\n",
+         true, run_set},
+        {"demo", "demo", "a short tour of the tool (the default with no command)",
+         "Lists the cameras, shows the selected camera, dumps its first registers\n"
+         "and, on the demo camera, writes a register and a bitfield and reads them\n"
+         "back.  On a real board nothing is written: the values are only read.\n",
+         true, run_demo},
+        {"help", "help [COMMAND]", "show the help, or a command's help", "", false, run_help},
+        {"version", "version", "print the library version", "", false, run_version},
+    };
+    return kCommands;
+}
+
+const CommandSpec* find_command(const std::string& name) {
+    for (const CommandSpec& command : all_commands()) {
+        if (name == command.name) return &command;
+    }
+    return nullptr;
+}
+
+bool LocalArgs::has(const char* name) const {
+    for (const auto& option : options) {
+        if (option.first == name) return true;
+    }
+    return false;
+}
+
+std::string LocalArgs::value(const char* name) const {
+    std::string value;
+    for (const auto& option : options) {
+        if (option.first == name) value = option.second;  // the last one wins
+    }
+    return value;
+}
+
+bool parse_local(const Args& args, const std::vector<LocalOption>& allowed, LocalArgs& out, std::string& error) {
+    out = LocalArgs();
+    bool plain = false;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        if (plain || arg.size() < 2 || arg[0] != '-') {
+            out.positional.push_back(arg);
+            continue;
+        }
+        if (arg == "--") {
+            plain = true;
+            continue;
+        }
+        const size_t eq = arg.find('=');
+        const std::string name = arg.substr(0, eq);
+        const LocalOption* spec = nullptr;
+        for (const LocalOption& option : allowed) {
+            if (name == option.name) spec = &option;
+        }
+        if (!spec) {
+            error = "unknown option '" + arg + "'";
+            return false;
+        }
+        std::string value;
+        if (spec->takesValue && eq != std::string::npos) {
+            value = arg.substr(eq + 1);
+        } else if (spec->takesValue) {
+            if (i + 1 >= args.size()) {
+                error = name + " needs a value";
+                return false;
+            }
+            value = args[++i];
+        } else if (eq != std::string::npos) {
+            error = name + " takes no value";
+            return false;
+        }
+        out.options.emplace_back(name, value);
+    }
+    return true;
+}
+
+std::string or_dash(const char* text) { return text && *text ? std::string(text) : std::string("-"); }
+
+}  // namespace cli

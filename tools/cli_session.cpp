@@ -1,0 +1,94 @@
+#include "cli_session.h"
+
+#include "cli_report.h"
+
+namespace cli {
+namespace {
+
+// The log level used when only a file is named: severe and ordinary errors.
+constexpr ci_s32 kDefaultLogLevel = CI_LOG_SEVERE | CI_LOG_ERROR;
+
+// The library numbers its log files (camkit.log is written as camkit0.log,
+// rotating up to camkit4.log).
+constexpr const char* kDefaultLogFile = "camkit.log";
+
+void open_log(const Options& options, Session& session) {
+    if (options.logLevel < 0 && options.logFile.empty()) return;
+    const ci_s32 level = options.logLevel >= 0 ? options.logLevel : kDefaultLogLevel;
+    const std::string file = options.logFile.empty() ? kDefaultLogFile : options.logFile;
+    ci_OpenErrorLog(level, file.c_str());
+    session.logOpen = true;
+}
+
+// The file the demo camera plays: the user's own sensor file when one was
+// named, the bundled demo sensor otherwise.
+std::string demo_file(const Options& options) {
+    if (is_sensor_file(options.sensorData)) return options.sensorData;
+    return find_demo_sensor_file();
+}
+
+int open_demo(const Options& options, ci_error_code why, Session& session) {
+    const std::string file = demo_file(options);
+    if (file.empty()) {
+        return report_error("open", why ? why : CI_CAMERA_ERROR,
+                            std::string("no camera found, and no demo sensor file ") + kDemoSensorFile +
+                                " in $CI_HOME/sensor_data or the installed data");
+    }
+    std::string note = "no camera found; using the demo camera (null transport) on " + file;
+    if (why) note += std::string(" (the transports reported ") + ci_getErrorSymbol(why) + ")";
+    report_note(note);
+    const ci_error_code code = ci_OpenCameras2(session.cameras, &session.count, file.c_str(), CI_TRANSPORT_NULL, "");
+    if (session.count <= 0) {
+        return report_error("open", code ? code : CI_CAMERA_ERROR, "the demo camera could not be opened on " + file);
+    }
+    session.demo = true;
+    return kExitOk;
+}
+
+int open_cameras(const Options& options, Session& session) {
+    const std::string sensorData = options.sensorData.empty() ? default_sensor_data() : options.sensorData;
+    const ci_error_code code =
+        ci_OpenCameras2(session.cameras, &session.count, sensorData.c_str(), options.transports, "");
+    if (session.count > 0) return kExitOk;
+    session.count = 0;
+    if (options.noDemo) return report_error("open", code ? code : CI_CAMERA_ERROR, "no camera found");
+    return open_demo(options, code, session);
+}
+
+int select_camera(const Options& options, Session& session) {
+    if (options.camera >= session.count) {
+        return report_error("open", CI_CAMERA_ERROR,
+                            "no camera " + std::to_string(options.camera) + " (" + std::to_string(session.count) +
+                                " opened)");
+    }
+    session.index = options.camera;
+    session.camera = session.cameras[options.camera];
+    // Without a device behind it the demo camera reads 0 everywhere; the
+    // register cache is what shows the values written during the run.
+    if (options.cache || session.demo) ci_setMode(session.camera, CI_USE_REG_CACHE, 1);
+    return kExitOk;
+}
+
+}  // namespace
+
+int open_session(const Options& options, Session& session) {
+    open_log(options, session);
+    int rc = open_cameras(options, session);
+    if (rc == kExitOk) {
+        session.open = true;
+        rc = select_camera(options, session);
+    }
+    if (rc != kExitOk) close_session(session);
+    return rc;
+}
+
+void close_session(Session& session) {
+    if (session.open) ci_CloseCameras();
+    session.open = false;
+    session.count = 0;
+    session.camera = nullptr;
+    if (session.logOpen) ci_CloseErrorLog();
+    session.logOpen = false;
+}
+
+}  // namespace cli

@@ -1,0 +1,40 @@
+// camkit get: read registers and bitfields by name.
+#include <cstdio>
+
+#include "cli_commands.h"
+#include "cli_report.h"
+#include "cli_target.h"
+
+namespace cli {
+namespace {
+
+int get_one(ci_camera_t* camera, const std::string& name) {
+    Target target;
+    std::string error;
+    if (!resolve_target(camera, name, target, error)) return report_error("get " + name, CI_CAMERA_ERROR, error);
+    if (!target_readable(target)) {
+        return report_error("get " + name, CI_CAMERA_ERROR, target.label + " is write-only");
+    }
+    ci_u32 value = 0;
+    const ci_error_code code = read_target(camera, target, value);
+    if (code != CI_CAMERA_SUCCESS) return report_error("get " + name, code, "cannot read " + target.label);
+    std::printf("%s = %s\n", target.label.c_str(), format_value(target.kind, value).c_str());
+    return kExitOk;
+}
+
+}  // namespace
+
+int run_get(Session& session, const Args& args) {
+    LocalArgs local;
+    std::string error;
+    if (!parse_local(args, {}, local, error)) return report_usage("get", error);
+    if (local.positional.empty()) return report_usage("get", "names a register or bitfield to read");
+    // Every name is read, so that one bad name does not hide the others.
+    int rc = kExitOk;
+    for (const std::string& name : local.positional) {
+        if (get_one(session.camera, name) != kExitOk) rc = kExitFailed;
+    }
+    return rc;
+}
+
+}  // namespace cli

@@ -1,0 +1,33 @@
+// camkit list: one line per opened camera.
+#include <string>
+
+#include "cli_commands.h"
+#include "cli_report.h"
+#include "cli_table.h"
+
+namespace cli {
+namespace {
+
+std::vector<std::string> camera_row(ci_s32 index, const ci_camera_t* camera) {
+    const ci_sensor_t* sensor = camera->sensor;
+    return {std::to_string(index),
+            or_dash(camera->transportName),
+            or_dash(camera->productName),
+            sensor ? or_dash(sensor->sensorName) : "-",
+            sensor ? or_dash(sensor->partNumber) : "-",
+            sensor ? std::to_string(sensor->num_regs) : "-",
+            sensor ? or_dash(sensor->sensorFileName) : "-"};
+}
+
+}  // namespace
+
+int run_list(Session& session, const Args& args) {
+    if (!args.empty()) return report_usage("list", "takes no arguments");
+    Table table;
+    table.add_row({"#", "TRANSPORT", "PRODUCT", "SENSOR", "PART NUMBER", "REGISTERS", "SENSOR FILE"});
+    for (ci_s32 i = 0; i < session.count; ++i) table.add_row(camera_row(i, session.cameras[i]));
+    table.print(stdout);
+    return kExitOk;
+}
+
+}  // namespace cli
