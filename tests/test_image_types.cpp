@@ -9,7 +9,7 @@ namespace {
 
 std::set<int> membersOf(ci_s32 (*isMember)(ci_image_types)) {
     std::set<int> members;
-    for (int type = -2; type <= CI_NUM_IMAGE_TYPES + 2; type++) {
+    for (int type = 0; type < 64; type++) {  // every value the enumeration can hold
         if (isMember((ci_image_types)type)) members.insert(type);
     }
     return members;
@@ -23,7 +23,7 @@ TEST(ImageTypeNames, KnownTypesAndTheRest) {
     EXPECT_STREQ(text, "Prog. Bayer");
     EXPECT_EQ(ci_GetImageTypeStr(CI_RGB555M, text), CI_CAMERA_SUCCESS);
     EXPECT_STREQ(text, "555MRGB");
-    for (int type : {0, 36, -1, 1000}) {
+    for (int type : {0, 36, 63}) {
         strcpy(text, "x");
         EXPECT_EQ(ci_GetImageTypeStr((ci_image_types)type, text), CI_CAMERA_ERROR) << type;
         EXPECT_STREQ(text, "Unknown");
@@ -48,7 +48,7 @@ TEST(ImageTypeClasses, FarSpaces) {
     ci_addr_space_val_t space{};
     EXPECT_EQ(ci_IsFarSpace(NULL), 0);
     std::set<int> far;
-    for (int type = -1; type <= 11; type++) {
+    for (int type = 0; type < 16; type++) {
         space.type = (ci_addr_type)type;
         if (ci_IsFarSpace(&space)) far.insert(type);
     }

@@ -6,10 +6,6 @@
 
 namespace {
 
-bool cached(McuCamera& c, const char* name, ci_u32* v) {
-    return ci_GetRegCacheValueReg(c, c.cam.reg(name), v) == 0;
-}
-
 ci_error_code writeReg(McuCamera& c, const char* name, ci_u32 v) {
     return ci_WriteSensorRegStr(c, name, "", v);
 }
@@ -64,7 +60,7 @@ TEST(McuAlias, AdvancedBaseWindowShowsTheCurrentPage) {
     ASSERT_EQ(ci_WriteSensorRegAddr(c, CI_REG_ADDR, 0, 0xE234, 0, 0xBEEF), 0);
     EXPECT_EQ(c.sim.sfr(0, 0x1234, 2), 0xBEEFu);
     ci_u32 v = 0;
-    ASSERT_TRUE(cached(c, "S1234", &v));
+    ASSERT_TRUE(c.cached("S1234", &v));
     EXPECT_EQ(v, 0xBEEFu);
     ASSERT_EQ(ci_WriteSfr(c, 0, 0x2000, 2, 0), 0);  // another page: no longer shown
     EXPECT_EQ(ci_FindRegisterAddr(c, 0xE234, 0, CI_REG_ADDR), nullptr);
@@ -85,18 +81,18 @@ TEST(McuAlias, DataPortWritesUpdateTheVariablesItPointsAt) {
     EXPECT_EQ(c.sim.var(3, 0x14, 2), 0x4321u);
     EXPECT_EQ(c.sim.var(3, 0x16, 2), 0x1111u);
     ci_u32 v = 0;
-    ASSERT_TRUE(cached(c, "V14", &v));
+    ASSERT_TRUE(c.cached("V14", &v));
     EXPECT_EQ(v, 0x4321u);
-    ASSERT_TRUE(cached(c, "V16", &v));
+    ASSERT_TRUE(c.cached("V16", &v));
     EXPECT_EQ(v, 0x1111u);
 
     // One port word carries only half of a four-byte variable: its entry is
     // dropped rather than overwritten.
     ASSERT_EQ(ci_WriteVar(c, 3, 0x18, 4, 0x01020304), 0);
-    ASSERT_TRUE(cached(c, "Q18", &v));
+    ASSERT_TRUE(c.cached("Q18", &v));
     ASSERT_EQ(writeReg(c, "MCU_ADDRESS", 0x0C18), 0);
     ASSERT_EQ(writeReg(c, "MCU_DATA_0", 0xAAAA), 0);
-    EXPECT_FALSE(cached(c, "Q18", &v));
+    EXPECT_FALSE(c.cached("Q18", &v));
     EXPECT_EQ(c.sim.var(3, 0x18, 4), 0xAAAA0304u);
 }
 
@@ -109,8 +105,8 @@ TEST(McuAlias, PortWordsNameVariablesOrSfrsByStyle) {
     ASSERT_EQ(writeReg(c16, "MCU_ADDRESS", 0x0456), 0);
     ASSERT_EQ(writeReg(c16, "MCU_DATA_0", 0x4444), 0);
     ci_u32 v = 0;
-    EXPECT_TRUE(cached(c16, "V14", &v) && v == 0x1234);
-    EXPECT_TRUE(cached(c16, "S456", &v) && v == 0x4444);
+    EXPECT_TRUE(c16.cached("V14", &v) && v == 0x1234);
+    EXPECT_TRUE(c16.cached("S456", &v) && v == 0x4444);
     EXPECT_EQ(c16.sim.sfr(0, 0x456, 2), 0x4444u);
 
     // Style 54 carries a byte in the upper half of the data word: the byte
@@ -119,11 +115,11 @@ TEST(McuAlias, PortWordsNameVariablesOrSfrsByStyle) {
     b54.reg("B14", 0x14, 0xFF).in("VAR3");
     McuCamera c54(54, b54);
     ASSERT_EQ(ci_WriteVar(c54, 3, 0x14, 1, 0x11), 0);
-    ASSERT_TRUE(cached(c54, "B14", &v));
+    ASSERT_TRUE(c54.cached("B14", &v));
     ASSERT_EQ(writeReg(c54, "LOGICAL_ADDRESS_ACCESS", 0x8C14), 0);
     ASSERT_EQ(writeReg(c54, "MCU_VARIABLE_DATA0", 0x5A00), 0);
     EXPECT_EQ(c54.sim.var(3, 0x14, 1), 0x5Au);
-    EXPECT_FALSE(cached(c54, "B14", &v));
+    EXPECT_FALSE(c54.cached("B14", &v));
 }
 
 }  // namespace

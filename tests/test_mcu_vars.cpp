@@ -17,10 +17,6 @@ std::vector<McuSim::Transfer> startingAt(const McuSim& sim, ci_u32 addr) {
     return out;
 }
 
-bool cached(McuCamera& c, const char* name, ci_u32* v) {
-    return ci_GetRegCacheValueReg(c, c.cam.reg(name), v) == 0;
-}
-
 const char* dataReg(int style, int n) {
     if (style == 54) return n ? "MCU_VARIABLE_DATA1" : "MCU_VARIABLE_DATA0";
     return n ? "MCU_DATA_1" : "MCU_DATA_0";
@@ -58,6 +54,10 @@ TEST(McuStyle, DirectAccessModeOffTurnsAMappedSensorIndirect) {
     ASSERT_EQ(ci_WriteVar(c, 3, 0x14, 2, 0x1234), 0);
     EXPECT_EQ(c.sim.writes(), (Writes{{A, 0x0C14}, {D, 0x1234}}));
     EXPECT_EQ(c.sim.var(3, 0x14, 2), 0x1234u);
+    c.sim.clearLog();
+    ASSERT_EQ(ci_WriteVar(c, 3, 0x15, 1, 0x7E), 0);  // only type 54 version 1 leaves byte access
+    EXPECT_EQ(c.sim.writes(), (Writes{{A, 0x8C15}, {D, 0x7E00}}));
+    EXPECT_EQ(c.sim.var(3, 0x14, 2), 0x127Eu);
 }
 
 // Driver 3, offset 0x14 through the address/data port of each indirect style.
@@ -66,7 +66,7 @@ TEST(McuVar, IndirectStylesAddressTheVariableAndMoveItsValue) {
         int style;
         ci_u32 byteWord, wordWord, byteOnBus;
     };
-    const Case cases[] = {{44, 0x8C14, 0x0C16, 0x5A}, {16, 0xA314, 0x2316, 0x5A}, {54, 0x8C14, 0x0C16, 0x5A00}};
+    const Case cases[] = {{44, 0x8C14, 0x0C14, 0x5A}, {16, 0xA314, 0x2314, 0x5A}, {54, 0x8C14, 0x0C14, 0x5A00}};
     for (const Case& k : cases) {
         SCOPED_TRACE(k.style);
         McuCamera c(k.style);
@@ -82,15 +82,15 @@ TEST(McuVar, IndirectStylesAddressTheVariableAndMoveItsValue) {
         EXPECT_EQ(addrWrites.size(), k.style == 54 ? 2u : 1u);
         EXPECT_EQ(addrWrites.back() & 0x8000, k.style == 54 ? 0u : 0x8000u);
 
-        ASSERT_EQ(ci_WriteVar(c, 3, 0x16, 2, 0xBEEF), 0);
+        ASSERT_EQ(ci_WriteVar(c, 3, 0x14, 2, 0xBEEF), 0);
         EXPECT_EQ(c.sim.writesTo(A).back(), k.wordWord);
-        EXPECT_EQ(c.sim.var(3, 0x16, 2), 0xBEEFu);
+        EXPECT_EQ(c.sim.var(3, 0x14, 2), 0xBEEFu);
 
         c.sim.setVar(3, 0x18, 1, 0xA5);
         ci_u32 v = 0;
         ASSERT_EQ(ci_ReadVar(c, 3, 0x18, 1, &v), 0);
         EXPECT_EQ(v, 0xA5u);
-        ASSERT_EQ(ci_ReadVar(c, 3, 0x16, 0, &v), 0);  // width 0 means 2
+        ASSERT_EQ(ci_ReadVar(c, 3, 0x14, 0, &v), 0);  // width 0 means 2
         EXPECT_EQ(v, 0xBEEFu);
     }
 }
@@ -106,8 +106,8 @@ TEST(McuVar, FourBytesTravelAsTwoWordsThroughBothDataRegisters) {
         EXPECT_EQ(data[0].values, (std::vector<ci_u32>{0x1234, 0x5678}));
         EXPECT_EQ(c.sim.var(1, 0x20, 4), 0x12345678u);
         ci_u32 hi = 0, lo = 0;
-        ASSERT_TRUE(cached(c, dataReg(style, 0), &hi));
-        ASSERT_TRUE(cached(c, dataReg(style, 1), &lo));
+        ASSERT_TRUE(c.cached(dataReg(style, 0), &hi));
+        ASSERT_TRUE(c.cached(dataReg(style, 1), &lo));
         EXPECT_EQ(hi, 0x1234u);
         EXPECT_EQ(lo, 0x5678u);
         c.sim.setVar(1, 0x30, 4, 0xCAFEF00D);
@@ -167,10 +167,10 @@ TEST(McuVar, MappedMultiReadCachesOnlyTheLeadingValues) {
     ASSERT_EQ(ci_ReadVars(c, 3, 0x10, 0x18, 2, vals), 0);
     EXPECT_EQ(vals[3], 0xA3u);
     ci_u32 v = 0;
-    EXPECT_TRUE(cached(c, "W10", &v) && v == 0xA0);
-    EXPECT_TRUE(cached(c, "W12", &v) && v == 0xA1);
-    EXPECT_FALSE(cached(c, "W14", &v));
-    EXPECT_FALSE(cached(c, "W16", &v));
+    EXPECT_TRUE(c.cached("W10", &v) && v == 0xA0);
+    EXPECT_TRUE(c.cached("W12", &v) && v == 0xA1);
+    EXPECT_FALSE(c.cached("W14", &v));
+    EXPECT_FALSE(c.cached("W16", &v));
 }
 
 TEST(McuBurst, ThirtyThreeBytesGoAsTwoChunksAndASingleByte) {
@@ -243,11 +243,11 @@ TEST(McuCache, WritesAreCachedAndBurstsInvalidateTheirWidthTimesCountRange) {
 
     ci_u32 vals[33] = {};
     ASSERT_EQ(ci_WriteVarBurst(c, 2, 0x40, 4, 0, vals), 0);  // width 0: nothing invalidated
-    EXPECT_TRUE(cached(c, "V40", &v));
+    EXPECT_TRUE(c.cached("V40", &v));
     ASSERT_EQ(ci_WriteVarBurst(c, 2, 0x40, 33, 1, vals), 0);  // [0x40, 0x61)
-    EXPECT_FALSE(cached(c, "V40", &v));
-    EXPECT_FALSE(cached(c, "V50", &v));
-    EXPECT_TRUE(cached(c, "V61", &v));
+    EXPECT_FALSE(c.cached("V40", &v));
+    EXPECT_FALSE(c.cached("V50", &v));
+    EXPECT_TRUE(c.cached("V61", &v));
 
     c.cam.useCache(2);
     c.sim.clearLog();
@@ -272,7 +272,7 @@ TEST(McuVar, TransportSystemRegistersTakePrecedenceAndTheirResultIsFinal) {
     EXPECT_EQ(t.bits, 16u);
     EXPECT_EQ(c.sim.var(3, 0x14, 2), 0x1234u);
     ci_u32 v = 0;
-    EXPECT_FALSE(cached(c, "V14", &v));
+    EXPECT_FALSE(c.cached("V14", &v));
 
     c.sim.failAt(0x14, CI_I2C_TIMEOUT);
     c.sim.clearLog();

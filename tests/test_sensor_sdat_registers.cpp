@@ -210,13 +210,15 @@ TEST_F(SdatRegisters, LinesWithoutTextsDependOnTheForm) {
     EXPECT_NE(nullptr, cam.reg("A"));
     EXPECT_EQ(nullptr, cam.reg("B"));
     EXPECT_EQ(1, cam.sensor()->num_regs);
-    // A section with nothing to count is empty.
-    EXPECT_EQ(CI_PARSE_SUCCESS, parse_regs("; nothing here\n"));
+    // A section with nothing to count is empty, and the sections after it
+    // are read.
+    EXPECT_EQ(CI_PARSE_SUCCESS, parse(sdat_with(sdat_section("REGISTERS", "; nothing here\n") +
+                                                sdat_section("OPTIONAL", "SENSOR_VERSION = 7\n"))));
     EXPECT_EQ(0, cam.sensor()->num_regs);
+    EXPECT_EQ(7u, cam.sensor()->sensorVersion);
 }
 
 TEST_F(SdatRegisters, PageSelectRegistersAreRecordedForPagedModels) {
-    SensorBuilder unused;
     const std::string paged = "[CHIP_DESCRIPTOR]\nSENSORNAME = \"CK0900\"\nSHIP_BASE_ADDRESS = 0xBA\n[END]\n";
     const std::string regs = sdat_section("REGISTERS",
                                           "ADDR_SPACE_SEL = {0xF0, CORE, 0x3, RW, 0, \"\", \"\"}\n"

@@ -11,14 +11,14 @@ namespace {
 bool chipVersionAnswers(ci_camera_t* camera, ci_reg_data_t* chipVersion) {
     ci_u32 value = 0;
     return ci_ReadSensorReg(camera, chipVersion, &value) == CI_CAMERA_SUCCESS &&
-           ((value ^ chipVersion->default_val) & chipVersion->bitmask) == 0;
+           _identChipVersionFits(chipVersion, value);
 }
 
 // Moves the sensor to the first candidate base where its chip version
 // answers.
 bool moveToAnsweringBase(ci_camera_t* camera, ci_reg_data_t* chipVersion) {
     const _common_context_t* ctx = _ctx(camera);
-    const ci_s32 count = ctx->num_shipAddrs < CI_MAX_SHIP_ADDRS ? ctx->num_shipAddrs : CI_MAX_SHIP_ADDRS;
+    const ci_s32 count = _identCount(ctx->num_shipAddrs, CI_MAX_SHIP_ADDRS);
     for (ci_s32 i = 0; i < count; i++) {
         camera->sensor->shipAddr = ctx->shipAddr[i];
         if (chipVersionAnswers(camera, chipVersion)) return true;
@@ -64,7 +64,7 @@ ci_s32 ci_DetectSensorBaseAddr(ci_camera_t* camera) {
 ci_s32 ci_DetectPartNumber(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
     if (ctx == NULL || camera->sensor == NULL || ctx->num_partNumbers < 2) return 0;
-    const ci_s32 count = ctx->num_partNumbers < CI_MAX_PART_NUMBERS ? ctx->num_partNumbers : CI_MAX_PART_NUMBERS;
+    const ci_s32 count = _identCount(ctx->num_partNumbers, CI_MAX_PART_NUMBERS);
     ci_u32 addrSize = 8;
     ci_u32 dataSize = 16;
     ci_getMode(camera, CI_REG_ADDR_SIZE, &addrSize);

@@ -8,6 +8,13 @@
 // empty mask selects no bits, so its field is 0.
 ci_u32 _identField(ci_u32 value, ci_u32 mask);
 
+// A count read from a sensor data file, limited to 0..capacity.
+ci_s32 _identCount(ci_s32 count, ci_s32 capacity);
+
+// Does a value read from the chip version register show the documented
+// reset value (compared under the register's mask)?
+bool _identChipVersionFits(const ci_reg_data_t* chipVersion, ci_u32 value);
+
 // Is value among the first count entries of values (count clamped to the
 // capacity of the identification records)?
 bool _identInList(ci_u32 value, const ci_u32* values, ci_s32 count);

@@ -20,7 +20,7 @@ constexpr ci_u32 kCompanionArmReg = 0x28;
 bool findChipVersionBase(ci_camera_t* camera, ci_reg_data_t* chipVersion) {
     _common_context_t* ctx = _ctx(camera);
     ci_sensor_t* sensor = camera->sensor;
-    const ci_s32 count = ctx->num_shipAddrs < CI_MAX_SHIP_ADDRS ? ctx->num_shipAddrs : CI_MAX_SHIP_ADDRS;
+    const ci_s32 count = _identCount(ctx->num_shipAddrs, CI_MAX_SHIP_ADDRS);
     for (ci_s32 i = 0; i < count; i++) {
         const ci_u32 base = ctx->shipAddr[i];
         sensor->shipAddr = base;
@@ -29,7 +29,7 @@ bool findChipVersionBase(ci_camera_t* camera, ci_reg_data_t* chipVersion) {
         const ci_error_code result = _identReadReg(camera, chipVersion, &value);
         if (result == CI_I2C_NACK_ERROR) {
             _setUnusedBase(camera, base);
-        } else if (result == CI_CAMERA_SUCCESS && ((value ^ chipVersion->default_val) & chipVersion->bitmask) == 0) {
+        } else if (result == CI_CAMERA_SUCCESS && _identChipVersionFits(chipVersion, value)) {
             return true;
         }
     }
@@ -39,8 +39,8 @@ bool findChipVersionBase(ci_camera_t* camera, ci_reg_data_t* chipVersion) {
 // Tries the probe terms in order until one passes; notes whether any of
 // them reset the sensor.
 bool anyProbeTermPasses(ci_camera_t* camera, bool* resetDone) {
-    const ci_s32 terms = _ctx(camera)->num_probe_term;
-    for (ci_s32 term = 0; term < terms && term < CI_MAX_PROBE_TERMS; term++) {
+    const ci_s32 terms = _identCount(_ctx(camera)->num_probe_term, CI_MAX_PROBE_TERMS);
+    for (ci_s32 term = 0; term < terms; term++) {
         if (_versionResetIf(camera, term)) *resetDone = true;
         if (_checkExtraDescr(camera, term) && _checkFuseRev(camera, term) && _checkExtraSerialMatch(camera, term)) {
             return true;

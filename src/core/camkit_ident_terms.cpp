@@ -14,11 +14,6 @@ _probe_term_t* probeTerm(ci_camera_t* camera, ci_s32 term) {
     return &ctx->probe_term[term];
 }
 
-ci_s32 clampCount(ci_s32 count, ci_s32 capacity) {
-    if (count < 0) return 0;
-    return count > capacity ? capacity : count;
-}
-
 // value placed into the bits of mask (shifted up to the mask's lowest bit).
 ci_u32 placeUnder(ci_u32 value, ci_u32 mask) { return mask == 0 ? 0 : _BitMaskAdjust(mask, value, 1); }
 
@@ -136,12 +131,12 @@ ci_s32 _checkExtraDescr(ci_camera_t* camera, ci_s32 term) {
 ci_s32 _checkFuseRev(ci_camera_t* camera, ci_s32 term) {
     const _probe_term_t* t = probeTerm(camera, term);
     if (t == NULL) return 0;
-    const ci_s32 reads = clampCount(t->num_version_reg_read, CI_MAX_VERSION_REG_READS);
+    const ci_s32 reads = _identCount(t->num_version_reg_read, CI_MAX_VERSION_REG_READS);
     if (reads == 0) return 1;
     if (!readEntriesKnown(camera, t, reads)) return 0;
 
     const ci_u32 savedSpace = _GetCachedReadAddrSpaceValue(camera);
-    const ci_s32 writes = clampCount(t->num_version_reg_write, CI_MAX_VERSION_REG_WRITES);
+    const ci_s32 writes = _identCount(t->num_version_reg_write, CI_MAX_VERSION_REG_WRITES);
     const bool anyPoll = hasPoll(t, writes);
     SavedRegister saved[CI_MAX_VERSION_REG_WRITES];
     ci_s32 numSaved = 0;
@@ -168,7 +163,7 @@ ci_s32 _checkFuseRev(ci_camera_t* camera, ci_s32 term) {
 ci_s32 _checkExtraSerialMatch(ci_camera_t* camera, ci_s32 term) {
     const _probe_term_t* t = probeTerm(camera, term);
     if (t == NULL) return 0;
-    const ci_s32 entries = clampCount(t->num_serial_match, CI_MAX_SERIAL_MATCHES);
+    const ci_s32 entries = _identCount(t->num_serial_match, CI_MAX_SERIAL_MATCHES);
     for (ci_s32 i = 0; i < entries; i++) {
         if (!serialEntryPasses(camera, &t->extra_serial_match[i])) return 0;
     }

@@ -11,8 +11,17 @@ ci_u32 _identField(ci_u32 value, ci_u32 mask) {
     return (value & mask) >> std::countr_zero(mask);
 }
 
+ci_s32 _identCount(ci_s32 count, ci_s32 capacity) {
+    if (count < 0) return 0;
+    return count > capacity ? capacity : count;
+}
+
+bool _identChipVersionFits(const ci_reg_data_t* chipVersion, ci_u32 value) {
+    return ((value ^ chipVersion->default_val) & chipVersion->bitmask) == 0;
+}
+
 bool _identInList(ci_u32 value, const ci_u32* values, ci_s32 count) {
-    if (count > CI_MAX_VALUES) count = CI_MAX_VALUES;
+    count = _identCount(count, CI_MAX_VALUES);
     for (ci_s32 i = 0; i < count; i++) {
         if (values[i] == value) return true;
     }

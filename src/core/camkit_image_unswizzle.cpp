@@ -11,13 +11,13 @@
 //    16-bit words are packed into consecutive bytes.
 //
 // Frames are large (tens of megabytes), so the word loops run over fixed
-// blocks that the compiler turns into vector code: each block is copied into
-// a local array, transformed with branch-free shifts and masks, and copied
-// back.  The formulas are exact for every input; there is no per-pixel
-// branch.
+// blocks of words that the compiler turns into vector code, transformed in
+// place with branch-free shifts and masks.  The formulas are exact for every
+// input; there is no per-pixel branch.
 #define CK_SOURCE "camkit"
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "core/camkit_private.h"
 
@@ -27,42 +27,52 @@ namespace {
 
 constexpr size_t kBlockWords = 32;
 
+// Replaces the (possibly unaligned) word at at by op of it.
+template <typename Word, typename Op>
+inline void transformWord(ci_u8* at, Op op) {
+    Word word;
+    memcpy(&word, at, sizeof word);
+    word = op(word);
+    memcpy(at, &word, sizeof word);
+}
+
 // Applies op to every 16-bit (Word = ci_u16) or 32-bit (Word = ci_u32) word
-// of buf, count words in all.
+// of buf, count words in all, in place; the fixed-length inner loop is what
+// the vectoriser works on.
 template <typename Word, typename Op>
 void transformWords(ci_u8* buf, size_t count, Op op) {
     size_t i = 0;
     for (; i + kBlockWords <= count; i += kBlockWords) {
-        Word block[kBlockWords];
-        memcpy(block, buf + i * sizeof(Word), sizeof block);
-        for (size_t j = 0; j < kBlockWords; j++) block[j] = op(block[j]);
-        memcpy(buf + i * sizeof(Word), block, sizeof block);
+        ci_u8* block = buf + i * sizeof(Word);
+        for (size_t j = 0; j < kBlockWords; j++) transformWord<Word>(block + j * sizeof(Word), op);
     }
-    for (; i < count; i++) {
-        Word word;
-        memcpy(&word, buf + i * sizeof(Word), sizeof word);
-        word = op(word);
-        memcpy(buf + i * sizeof(Word), &word, sizeof word);
-    }
-}
-
-// The four 2-bit groups of a byte in reverse order.
-constexpr ci_u32 reverseBitPairs(ci_u32 byte) {
-    return ((byte & 0x03u) << 6) | ((byte & 0x0Cu) << 2) | ((byte >> 2) & 0x0Cu) | ((byte >> 6) & 0x03u);
+    for (; i < count; i++) transformWord<Word>(buf + i * sizeof(Word), op);
 }
 
 // Swizzled pair (byte 0 = b0, byte 1 = b1) of a Depth-bit sample: b0 holds
-// the top 8 bits; the low Depth-8 bits are the groups of b1 taken from bit 0
-// upward and placed from the top of the low part downward.
+// the top 8 bits; the low Depth-8 bits are the 2-bit groups of b1 taken from
+// bit 0 upward and placed from the top of the low part downward.  In the
+// little-endian word w = b0 | b1 << 8, group g sits at bits 8+2g..9+2g and
+// goes to bits 2(n-1-g)..2(n-1-g)+1 of the sample (n groups): one shift and
+// one mask per group, all known at compile time.
 template <unsigned Depth>
 struct Unswizzle {
     static constexpr unsigned kLowBits = Depth - 8;
-    static constexpr ci_u32 kLowMask = (1u << kLowBits) - 1;
+    static constexpr unsigned kGroups = kLowBits / 2;
 
-    ci_u16 operator()(ci_u16 word) const {
-        const ci_u32 b0 = word & 0xFFu;
-        const ci_u32 b1 = (ci_u32)word >> 8;
-        return (ci_u16)((b0 << kLowBits) | (reverseBitPairs(b1 & kLowMask) >> (8 - kLowBits)));
+    template <unsigned G>
+    static constexpr ci_u32 group(ci_u32 word) {
+        constexpr unsigned to = 2 * (kGroups - 1 - G);
+        return (word >> (8 + 2 * G - to)) & (3u << to);
+    }
+
+    template <unsigned... G>
+    static constexpr ci_u16 join(ci_u32 word, std::integer_sequence<unsigned, G...>) {
+        return (ci_u16)(((word << kLowBits) & (0xFFu << kLowBits)) | (group<G>(word) | ...));
+    }
+
+    constexpr ci_u16 operator()(ci_u16 word) const {
+        return join(word, std::make_integer_sequence<unsigned, kGroups>{});
     }
 };
 

@@ -8,10 +8,6 @@
 
 namespace {
 
-bool isFarRegType(ci_addr_type type) {
-    return type == CI_FAR1_REG_ADDR || type == CI_FAR2_REG_ADDR;
-}
-
 // The space value of the first address-space value of the bus, 0 if none.
 ci_u32 busSpaceValue(const ci_sensor_t* sensor, ci_addr_type type) {
     const ci_addr_space_t* spaces = sensor->addr_space;
@@ -30,7 +26,7 @@ struct FarRecord {
 
 ci_error_code checked(ci_camera_t* camera, ci_addr_type type) {
     if (!camera || !_ctx(camera) || !camera->sensor) return CK_ERR(CI_CAMERA_ERROR, "no camera or sensor");
-    if (!isFarRegType(type)) return CK_ERR(CI_CAMERA_ERROR, "not a far register bus");
+    if (!_farIsRegType(type)) return CK_ERR(CI_CAMERA_ERROR, "not a far register bus");
     return CI_CAMERA_SUCCESS;
 }
 

@@ -24,10 +24,6 @@ struct FarAccess {
     ci_u32 words;
 };
 
-bool isFarRegType(ci_addr_type type) {
-    return type == CI_FAR1_REG_ADDR || type == CI_FAR2_REG_ADDR;
-}
-
 ci_u32 sizeOr(ci_u32 bits, ci_u32 fallback) {
     const ci_u32 chosen = bits ? bits : fallback;
     return (chosen == 16u || chosen == 32u) ? chosen : 8u;
@@ -35,7 +31,7 @@ ci_u32 sizeOr(ci_u32 bits, ci_u32 fallback) {
 
 ci_error_code describe(ci_camera_t* camera, const ci_reg_data_t* reg, FarAccess* fa) {
     const ci_addr_space_val_t* space = reg->addr_space;
-    if (!space || !isFarRegType(space->type)) return CK_ERR(CI_CAMERA_ERROR, "not a far register");
+    if (!space || !_farIsRegType(space->type)) return CK_ERR(CI_CAMERA_ERROR, "not a far register");
     fa->type = space->type;
     fa->base = space->far_base;
     fa->addrBytes = sizeOr(space->far_addr_size, _regAddrSize(camera, space->type)) / 8u;

@@ -28,7 +28,7 @@ ci_error_code openPort(ci_camera_t* camera, int write, IndPort* port) {
 }  // namespace
 
 ci_error_code _WriteIndNolock(ci_camera_t* camera, ci_u32 offset, ci_u32 val) {
-    IndPort port;
+    IndPort port{};
     ci_error_code rc = openPort(camera, 1, &port);
     if (rc != CI_CAMERA_SUCCESS) return rc;
     _WriteSensorRegNolock(camera, port.addr, offset);  // a failure shows in the data transfer
@@ -40,7 +40,7 @@ ci_error_code _WriteIndNolock(ci_camera_t* camera, ci_u32 offset, ci_u32 val) {
 ci_error_code _ReadIndsNolock(ci_camera_t* camera, ci_u32 first, ci_u32 end, ci_u32* vals) {
     if (!vals) return CK_ERR(CI_CAMERA_ERROR, "no value buffer");
     for (ci_u32 offset = first; offset < end; ++offset) vals[offset - first] = 0;
-    IndPort port;
+    IndPort port{};
     ci_error_code rc = openPort(camera, 0, &port);
     for (ci_u32 offset = first; offset < end && rc == CI_CAMERA_SUCCESS; ++offset) {
         ci_u32* val = &vals[offset - first];

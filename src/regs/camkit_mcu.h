@@ -25,6 +25,8 @@ ci_u32 _mcuCount(ci_u32 first, ci_u32 end, ci_s32 width);
 
 // A register of the sensor description by name (no log when absent).
 ci_reg_data_t* _mcuReg(ci_camera_t* camera, const char* name);
+// The same for a protocol register that must exist: a miss is logged.
+ci_reg_data_t* _mcuRequire(ci_camera_t* camera, const char* name);
 // The sensor type and version tests used by the protocols.
 int _mcuIsType54v1(ci_camera_t* camera);
 // Write a plain register through the read/write core (cached and tracked).
@@ -117,5 +119,9 @@ ci_error_code _mcuBurst(ci_camera_t* camera, ci_addr_type type, ci_u32 space, ci
 // ---------------------------------------------------------------------------
 #define CK_FAR_MAX_TX 8u
 #define CK_FAR_MAX_RX 4u
+// The register-like far address types.
+inline bool _farIsRegType(ci_addr_type type) {
+    return type == CI_FAR1_REG_ADDR || type == CI_FAR2_REG_ADDR;
+}
 ci_error_code _farMasterTransfer(ci_camera_t* camera, ci_u32 base, const ci_u8* tx, ci_u32 txCount, ci_u8* rx,
                                  ci_u32 rxCount);

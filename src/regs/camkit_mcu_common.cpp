@@ -61,13 +61,15 @@ int _mcuIsType54v1(ci_camera_t* camera) {
     return sensor && (ci_u32)sensor->sensorType == 54u && sensor->sensorVersion == 1u;
 }
 
-ci_error_code _mcuWriteNamed(ci_camera_t* camera, const char* name, ci_u32 val) {
+ci_reg_data_t* _mcuRequire(ci_camera_t* camera, const char* name) {
     ci_reg_data_t* reg = _mcuReg(camera, name);
-    if (!reg) {
-        _cantfindit(name, nullptr);
-        return CI_CAMERA_ERROR;
-    }
-    return _WriteSensorRegNolock(camera, reg, val);
+    if (!reg) _cantfindit(name, nullptr);
+    return reg;
+}
+
+ci_error_code _mcuWriteNamed(ci_camera_t* camera, const char* name, ci_u32 val) {
+    ci_reg_data_t* reg = _mcuRequire(camera, name);
+    return reg ? _WriteSensorRegNolock(camera, reg, val) : CI_CAMERA_ERROR;
 }
 
 void _mcuCacheRun(ci_camera_t* camera, ci_addr_type type, ci_u32 space, ci_u32 first, ci_u32 count,

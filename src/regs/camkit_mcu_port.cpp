@@ -47,11 +47,6 @@ bool portNames(ci_s32 style, ci_addr_type type, PortNames* names) {
     }
 }
 
-ci_error_code missing(const char* name) {
-    _cantfindit(name, nullptr);
-    return CI_CAMERA_ERROR;
-}
-
 // Number of bus words a four-byte value takes through the data register:
 // two for variables, two per word of the data register's span for SFRs.
 // (The scratch holds at most four words, so longer spans are capped.)
@@ -88,9 +83,9 @@ ci_error_code _mcuPortOpen(ci_camera_t* camera, ci_s32 style, ci_addr_type type,
     PortNames names;
     if (!portNames(style, type, &names)) return CK_ERR(CI_CAMERA_ERROR, "sensor has no MCU address/data port");
     *port = McuPort{style, type, space, nullptr, nullptr, nullptr, names.byteField};
-    if (names.ctl && !(port->ctl = _mcuReg(camera, names.ctl))) return missing(names.ctl);
-    if (!(port->addr = _mcuReg(camera, names.addr))) return missing(names.addr);
-    if (!(port->data = _mcuReg(camera, names.data))) return missing(names.data);
+    if (names.ctl && !(port->ctl = _mcuRequire(camera, names.ctl))) return CI_CAMERA_ERROR;
+    if (!(port->addr = _mcuRequire(camera, names.addr))) return CI_CAMERA_ERROR;
+    if (!(port->data = _mcuRequire(camera, names.data))) return CI_CAMERA_ERROR;
     return CI_CAMERA_SUCCESS;
 }
 

@@ -41,16 +41,22 @@ ci_error_code _mcuSelectLogical(ci_camera_t* camera, ci_u32 mapped) {
 }
 
 // An unknown state (after an invalidation that could not read the device)
-// counts as "not physical", so the switch is sent.
+// counts as "not physical", so the switch is sent.  Both protocol registers
+// are looked up before anything is sent.
 ci_error_code _mcuSelectPhysical(ci_camera_t* camera, ci_u32 space, ci_u32 offset) {
     const _sg_context_t* sg = shared(camera);
     const ci_u32 a15 = (offset >> 15) & 1u;
-    if (state(sg, &_sg_context_t::current_phy_a15) != a15 || state(sg, &_sg_context_t::current_phy_region) != space) {
-        const ci_error_code rc = _mcuWriteNamed(camera, "ACCESS_CTL_STAT", a15 | ((space * 64u) & 0xFFu));
+    const bool needCtl =
+        state(sg, &_sg_context_t::current_phy_a15) != a15 || state(sg, &_sg_context_t::current_phy_region) != space;
+    const bool needPhys = state(sg, &_sg_context_t::current_access_logical) != 0u;
+    ci_reg_data_t* ctl = needCtl ? _mcuRequire(camera, "ACCESS_CTL_STAT") : nullptr;
+    ci_reg_data_t* phys = needPhys ? _mcuRequire(camera, "PHYSICAL_ADDRESS_ACCESS") : nullptr;
+    if ((needCtl && !ctl) || (needPhys && !phys)) return CI_CAMERA_ERROR;
+    if (ctl) {
+        const ci_error_code rc = _WriteSensorRegNolock(camera, ctl, a15 | ((space * 64u) & 0xFFu));
         if (rc != CI_CAMERA_SUCCESS) return rc;
     }
-    if (state(sg, &_sg_context_t::current_access_logical) == 0u) return CI_CAMERA_SUCCESS;
-    return _mcuWriteNamed(camera, "PHYSICAL_ADDRESS_ACCESS", _mcuMappedSfrAddr(offset) & 0x7FFFu);
+    return phys ? _WriteSensorRegNolock(camera, phys, _mcuMappedSfrAddr(offset) & 0x7FFFu) : CI_CAMERA_SUCCESS;
 }
 
 ci_error_code _mcuAdvTransfer(ci_camera_t* camera, ci_u32 first, ci_u32 count, ci_s32 width, ci_u32* vals,

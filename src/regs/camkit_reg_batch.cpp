@@ -50,6 +50,22 @@ void readFarRecords(ci_camera_t* camera, ci_s32 n, ci_reg_data_t** regs, ci_u32*
     free(farResults);
 }
 
+// Writes every entry under one lock through write(i, value); a failed
+// entry's value is cleared in the caller's array.  Returns the last result.
+template <typename WriteOne>
+ci_error_code writeEach(ci_camera_t* camera, ci_s32 n, ci_u32* vals, ci_error_code* results, WriteOne write) {
+    ci_error_code last = CI_CAMERA_SUCCESS;
+    RegisterLock lock(camera);
+    for (ci_s32 i = 0; i < n; ++i) {
+        last = write(i, vals[i]);
+        setResult(results, i, last);
+        if (last != CI_CAMERA_SUCCESS) {
+            vals[i] = 0;
+        }
+    }
+    return last;
+}
+
 }  // namespace
 
 ci_error_code ci_ReadSensorRegs(ci_camera_t* camera, ci_s32 numRegs, ci_reg_data_t** regs, ci_u32* vals,
@@ -89,16 +105,8 @@ ci_error_code ci_WriteSensorRegs(ci_camera_t* camera, ci_s32 numRegs, ci_reg_dat
     if (!_ctx(camera) || !regs || !vals) {
         return CK_ERR(CI_CAMERA_ERROR, "Missing camera, registers or values");
     }
-    ci_error_code last = CI_CAMERA_SUCCESS;
-    RegisterLock lock(camera);
-    for (ci_s32 i = 0; i < numRegs; ++i) {
-        last = _WriteSensorRegNolock(camera, regs[i], vals[i]);
-        setResult(results, i, last);
-        if (last != CI_CAMERA_SUCCESS) {
-            vals[i] = 0;
-        }
-    }
-    return last;
+    return writeEach(camera, numRegs, vals, results,
+                     [&](ci_s32 i, ci_u32 val) { return _WriteSensorRegNolock(camera, regs[i], val); });
 }
 
 // Only entries that name an existing bitfield are read; an entry without a
@@ -134,14 +142,7 @@ ci_error_code ci_WriteSensorRegsStr(ci_camera_t* camera, ci_s32 numRegs, const c
     if (!_ctx(camera) || !regNames || !vals) {
         return CK_ERR(CI_CAMERA_ERROR, "Missing camera, register names or values");
     }
-    ci_error_code last = CI_CAMERA_SUCCESS;
-    RegisterLock lock(camera);
-    for (ci_s32 i = 0; i < numRegs; ++i) {
-        last = _WriteSensorRegStrNolock(camera, regNames[i], bitfieldNames ? bitfieldNames[i] : nullptr, vals[i]);
-        setResult(results, i, last);
-        if (last != CI_CAMERA_SUCCESS) {
-            vals[i] = 0;
-        }
-    }
-    return last;
+    return writeEach(camera, numRegs, vals, results, [&](ci_s32 i, ci_u32 val) {
+        return _WriteSensorRegStrNolock(camera, regNames[i], bitfieldNames ? bitfieldNames[i] : nullptr, val);
+    });
 }

@@ -1,5 +1,5 @@
-// The camera's register lock (a recursive mutex in the common context) and
-// small helpers of the read/write core.
+// The camera's register lock: a recursive mutex in the common context, so
+// that a locked function may call another that locks again.
 #define CK_SOURCE "camkit_reg"
 #include <cassert>
 
@@ -13,21 +13,4 @@ void _getRegisterLock(ci_camera_t* camera) {
 void _releaseRegisterLock(ci_camera_t* camera) {
     assert(camera && camera->context);
     osal_leave_critical_section(&_ctx(camera)->criticalSection);
-}
-
-ScopedMode::ScopedMode(ci_camera_t* camera, ci_modes mode, ci_u32 value)
-    : camera_(camera), mode_(mode), saved_(0), restore_(false) {
-    restore_ = ci_getMode(camera_, mode_, &saved_) == CI_CAMERA_SUCCESS;
-    ci_setMode(camera_, mode_, value);
-}
-
-ScopedMode::~ScopedMode() {
-    if (restore_) {
-        ci_setMode(camera_, mode_, saved_);
-    }
-}
-
-ci_s32 _cacheUse(ci_camera_t* camera) {
-    const _tl_context_t* view = _thread_local_context(camera);
-    return view ? view->use_reg_cache : 0;
 }

@@ -10,9 +10,11 @@
 // The description records cannot grow fields, so the index lives beside them
 // in a process-wide table keyed by the description.  An entry is valid while
 // the description's (regs, num_regs, addr_space) are those it was built
-// from; otherwise it is rebuilt on the next use.  When the index cannot be
-// built (out of memory) the lookups fall back to a linear scan with the same
-// answers.
+// from; otherwise it is rebuilt on the next use.  Whoever frees a
+// description's tables drops its index first (_freeSensorRegs does), so that
+// new tables at recycled addresses are never mistaken for the old ones.  When
+// the index cannot be built (out of memory) the lookups fall back to a linear
+// scan with the same answers.
 // ---------------------------------------------------------------------------
 
 // Builds (or refreshes) the index of a description ahead of its first use.

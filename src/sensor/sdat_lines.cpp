@@ -60,7 +60,7 @@ int sdat_next_line(sdat_reader* r, ci_s32 limit) {
     return 1;
 }
 
-int end_section(const char* line) { return osal_strnicmp(line, "[END]", 5) == 0; }
+int end_section(const char* line) { return line[0] == '[' && osal_strnicmp(line, "[END]", 5) == 0; }
 
 int get_section(sdat_reader* r, char* name, size_t size) {
     char header[CI_STRING_LEN];

@@ -64,7 +64,7 @@ void sdat_copy_text(char* dest, const char* source, size_t length);
 void sdat_descriptions(const char* remainder, char* desc, char* detail);
 // Access keyword: "RO" 0, "WO" 2, anything else 1 (first two characters).
 ci_u32 sdat_access(const char* text);
-// Case-insensitive prefix test.
+// Case-insensitive prefix test; prefix is upper-case ASCII.
 int sdat_has_prefix(const char* text, const char* prefix);
 
 // ---- sections

@@ -41,6 +41,7 @@ int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_
 }
 
 int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
+    if (!strchr(line, '=')) return 0;  // cheap answer for bitfield lines
     char name[CI_STRING_LEN];
     char space[CI_STRING_LEN];
     char rw[CI_STRING_LEN];
@@ -69,12 +70,33 @@ void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, 
     reg->confidential = sdat_has_prefix(reg->unique_desc, "RESERVED_") ? 1 : 0;
 }
 
-int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
+namespace {
+
+struct bitfield_line {
     char name[CI_STRING_LEN];
+    ci_u32 mask;
     char rw[5];
     char rest[761];
-    ci_u32 mask = 0;
-    if (sdat_scan(line, " {%255[^,], %i, %4[^,], %760[^}]", name, &mask, rw, rest) != 4) return 0;
+};
+
+bool scan_bitfield(const char* line, bitfield_line* l) {
+    return sdat_scan(line, " {%255[^,], %i, %4[^,], %760[^}]", l->name, &l->mask, l->rw, l->rest) == 4;
+}
+
+}  // namespace
+
+int sdat_is_bitfield_line(const char* line) {
+    bitfield_line l;
+    return scan_bitfield(line, &l);
+}
+
+int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
+    bitfield_line l;
+    if (!scan_bitfield(line, &l)) return 0;
+    const char* name = l.name;
+    const char* rw = l.rw;
+    const char* rest = l.rest;
+    ci_u32 mask = l.mask;
     memset(bf, 0, sizeof *bf);
     sdat_scan(name, "%255s", bf->id);
     bf->bitmask = mask;

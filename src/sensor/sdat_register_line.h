@@ -25,5 +25,7 @@ int sdat_counts_as_register(const char* line, ci_s32 sdatVersion);
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg);
 // Scans a bitfield line into *bf; returns 0 when the line is not one.
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf);
+// Whether the line is a bitfield line (the counting pass).
+int sdat_is_bitfield_line(const char* line);
 // A page-select register records its address in the address-space table.
 void sdat_note_page_select(ci_sensor_t* sensor, const ci_reg_data_t* reg);

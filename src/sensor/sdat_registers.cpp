@@ -18,7 +18,6 @@ struct register_pass {
     sdat_reader* r;
     ci_s32 capacity;          // registers the array can hold
     sdat_name_index names;    // every register stored so far
-    ci_bitfield_t* bitfields; // CI_MAX_BITFIELDS working entries
     ci_error_code result;
 };
 
@@ -36,26 +35,23 @@ bool prepare(register_pass* p, ci_s32 count) {
     if (!regs) return false;
     sensor->regs = static_cast<ci_reg_data_t*>(regs);
     memset(sensor->regs + sensor->num_regs, 0, static_cast<size_t>(count) * sizeof *sensor->regs);
-    p->bitfields = static_cast<ci_bitfield_t*>(calloc(CI_MAX_BITFIELDS, sizeof *p->bitfields));
-    if (!p->bitfields || !sdat_name_index_init(&p->names, p->capacity)) return false;
+    if (!sdat_name_index_init(&p->names, p->capacity)) return false;
     for (ci_s32 i = 0; i < sensor->num_regs; ++i) sdat_name_index_add(&p->names, sensor->regs, i);
     return true;
 }
 
-void release(register_pass* p) {
-    free(p->bitfields);
-    sdat_name_index_free(&p->names);
-}
+void release(register_pass* p) { sdat_name_index_free(&p->names); }
 
-// Reads the bitfield lines after a register into the working table.  The line
-// that ends the list is left in r->line (*more is 0 at end of file).  Returns
-// the number read, or -1 when the register has too many.
-ci_s32 read_bitfields(register_pass* p, int* more) {
+// Reads the bitfield lines after a register into table (room for
+// CI_MAX_BITFIELDS).  The line that ends the list is left in r->line (*more
+// is 0 at end of file).  Returns the number read, or -1 when the register
+// has too many.
+ci_s32 read_bitfields(register_pass* p, ci_bitfield_t* table, int* more) {
     ci_s32 n = 0;
     bool tooMany = false;
     ci_bitfield_t spare;
     while ((*more = sdat_next_line(p->r, SDAT_LINE_REGISTERS)) != 0) {
-        ci_bitfield_t* bf = n < CI_MAX_BITFIELDS ? &p->bitfields[n] : &spare;
+        ci_bitfield_t* bf = n < CI_MAX_BITFIELDS ? &table[n] : &spare;
         if (!sdat_scan_bitfield_line(p->r->line, bf)) break;
         if (n < CI_MAX_BITFIELDS) {
             ++n;
@@ -67,13 +63,16 @@ ci_s32 read_bitfields(register_pass* p, int* more) {
     return tooMany ? -1 : n;
 }
 
-bool attach_bitfields(register_pass* p, ci_reg_data_t* reg, ci_s32 n) {
-    if (n == 0) return true;
-    reg->bitfield = static_cast<ci_bitfield_t*>(malloc(static_cast<size_t>(n) * sizeof *reg->bitfield));
-    if (!reg->bitfield) return false;
-    memcpy(reg->bitfield, p->bitfields, static_cast<size_t>(n) * sizeof *reg->bitfield);
+// Gives the register the table, cut to its n entries (shrinking in place
+// avoids copying the records).
+void attach_bitfields(ci_reg_data_t* reg, ci_bitfield_t* table, ci_s32 n) {
+    if (n <= 0) {
+        free(table);
+        return;
+    }
+    void* exact = realloc(table, static_cast<size_t>(n) * sizeof *table);
+    reg->bitfield = static_cast<ci_bitfield_t*>(exact ? exact : table);
     reg->num_bitfields = n;
-    return true;
 }
 
 // Whether a scanned register line may be stored; reports why not.
@@ -98,12 +97,14 @@ ci_error_code store_register(register_pass* p, const sdat_register_line* l, int*
     ci_sensor_t* sensor = r->sensor;
     ci_reg_data_t* reg = &sensor->regs[sensor->num_regs];
     sdat_fill_register(sensor, l, reg);
-    ci_s32 n = read_bitfields(p, more);
+    auto* table = static_cast<ci_bitfield_t*>(malloc(CI_MAX_BITFIELDS * sizeof(ci_bitfield_t)));
+    if (!table) return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate bitfields");
+    ci_s32 n = read_bitfields(p, table, more);
+    attach_bitfields(reg, table, n);
     if (n < 0) {
         memset(reg, 0, sizeof *reg);
         return CI_CAMERA_SUCCESS;
     }
-    if (!attach_bitfields(p, reg, n)) return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate bitfields");
     sdat_name_index_add(&p->names, sensor->regs, sensor->num_regs);
     sensor->num_regs++;
     sdat_note_page_select(sensor, reg);
@@ -135,12 +136,11 @@ ci_s32 get_num_regs(sdat_reader* r) {
     ci_s32 startLine = r->lineNo;
     ci_s32 count = 0;
     bool afterRegister = false;
-    ci_bitfield_t bf;
     while (sdat_next_line(r, SDAT_LINE_REGISTERS) && !end_section(r->line)) {
         if (sdat_counts_as_register(r->line, r->ctx->sdat_version)) {
             ++count;
             afterRegister = true;
-        } else if (!afterRegister || !sdat_scan_bitfield_line(r->line, &bf)) {
+        } else if (!afterRegister || !sdat_is_bitfield_line(r->line)) {
             afterRegister = false;
             sdat_syntaxerror(r, CI_PARSE_REG_ERROR);
         }
@@ -153,7 +153,7 @@ ci_s32 get_num_regs(sdat_reader* r) {
 ci_error_code parse_registers(sdat_reader* r) {
     ci_s32 count = get_num_regs(r);
     if (count == 0) return CI_CAMERA_SUCCESS;
-    register_pass p{r, 0, {nullptr, 0}, nullptr, CI_CAMERA_SUCCESS};
+    register_pass p{r, 0, {nullptr, 0}, CI_CAMERA_SUCCESS};
     ci_error_code result = prepare(&p, count) ? read_section(&p) : CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate registers");
     release(&p);
     return result;

@@ -4,8 +4,8 @@
 #include <assert.h>
 #include <ctype.h>
 #include <stdarg.h>
+#include <stddef.h>
 #include <stdint.h>
-#include <stdlib.h>
 #include <string.h>
 
 namespace {
@@ -46,17 +46,52 @@ void read_set(const char** f, bool* negate, const char** set, size_t* setLen) {
     *f = *p ? p + 1 : p;
 }
 
-// One %i: returns false on a matching failure.
+int digit_value(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'z') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'Z') return c - 'A' + 10;
+    return 99;
+}
+
+// Reads digits of the base from p; returns the end.  The magnitude saturates
+// at limit, as strtoll's result does.
+const char* read_digits(const char* p, int base, unsigned long long limit, unsigned long long* magnitude) {
+    const unsigned long long safe = 1ull << 58;  // value * 16 + 15 stays below 2^63
+    unsigned long long value = 0;
+    for (int d; (d = digit_value(*p)) < base; ++p) {
+        if (value < safe)
+            value = value * static_cast<unsigned>(base) + static_cast<unsigned>(d);
+        else
+            value = (value > (limit - static_cast<unsigned>(d)) / static_cast<unsigned>(base))
+                        ? limit
+                        : value * static_cast<unsigned>(base) + static_cast<unsigned>(d);
+    }
+    *magnitude = value;
+    return p;
+}
+
+// One %i, with the rules of scanf: optional sign, then "0x" hexadecimal, "0"
+// octal or decimal.  Like scanf, "0x" without hexadecimal digits reads as 0
+// and uses the 'x'.  Out-of-range numbers saturate as in strtoll, and the low
+// 32 bits are stored.  Returns false on a matching failure.
 bool convert_int(scan_state& s, uint32_t* out) {
     skip_blanks(s);
-    char* end = nullptr;
-    long long value = strtoll(s.in, &end, 0);
-    if (end == s.in) return false;
-    // Like scanf, "0x" without hexadecimal digits reads as 0 and uses the 'x'.
-    const char* digits = s.in + ((*s.in == '-' || *s.in == '+') ? 1 : 0);
-    if ((*end == 'x' || *end == 'X') && end == digits + 1 && *digits == '0') ++end;
-    *out = static_cast<uint32_t>(static_cast<unsigned long long>(value));
-    s.in = end;
+    const char* p = s.in;
+    bool negative = (*p == '-');
+    if (*p == '-' || *p == '+') ++p;
+    if (digit_value(*p) >= 10) return false;
+    int base = 10;
+    if (p[0] == '0' && (p[1] == 'x' || p[1] == 'X')) {
+        base = 16;
+        p += 2;
+    } else if (p[0] == '0') {
+        base = 8;
+    }
+    const unsigned long long limit = negative ? 0x8000000000000000ull : 0x7FFFFFFFFFFFFFFFull;
+    unsigned long long magnitude = 0;
+    p = read_digits(p, base, limit, &magnitude);
+    *out = static_cast<uint32_t>(negative ? 0ull - magnitude : magnitude);
+    s.in = p;
     return true;
 }
 
@@ -73,14 +108,21 @@ bool convert_word(scan_state& s, char* out, int width) {
     return true;
 }
 
-bool convert_set(scan_state& s, char* out, int width, bool negate, const char* set, size_t setLen) {
+// Length of the run of characters of a %[ set at in, at most width.
+int set_run(const char* in, int width, bool negate, const char* set, size_t setLen) {
     int n = 0;
-    while (n < width && s.in[n]) {
-        bool inSet = memchr(set, s.in[n], setLen) != nullptr;
-        if (inSet == negate) break;
-        out[n] = s.in[n];
-        ++n;
+    if (negate && setLen == 1) {  // the common "%[^c]"
+        size_t length = strnlen(in, static_cast<size_t>(width));
+        const void* stop = memchr(in, set[0], length);
+        return static_cast<int>(stop ? static_cast<const char*>(stop) - in : static_cast<ptrdiff_t>(length));
     }
+    while (n < width && in[n] && (memchr(set, in[n], setLen) != nullptr) != negate) ++n;
+    return n;
+}
+
+bool convert_set(scan_state& s, char* out, int width, bool negate, const char* set, size_t setLen) {
+    int n = set_run(s.in, width, negate, set, setLen);
+    memcpy(out, s.in, static_cast<size_t>(n));
     if (n == 0) return false;
     out[n] = '\0';
     s.in += n;

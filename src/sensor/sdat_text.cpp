@@ -84,11 +84,18 @@ void sdat_descriptions(const char* remainder, char* desc, char* detail) {
 }
 
 ci_u32 sdat_access(const char* text) {
-    if (osal_strnicmp(text, "RO", 2) == 0) return 0;
-    if (osal_strnicmp(text, "WO", 2) == 0) return 2;
+    if (sdat_has_prefix(text, "RO")) return 0;
+    if (sdat_has_prefix(text, "WO")) return 2;
     return 1;
 }
 
+// Keywords and name prefixes are ASCII; this runs for every register and
+// bitfield, so it avoids the locale-aware comparison.
 int sdat_has_prefix(const char* text, const char* prefix) {
-    return osal_strnicmp(text, prefix, strlen(prefix)) == 0;
+    for (; *prefix; ++text, ++prefix) {
+        char c = *text;
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+        if (c != *prefix) return 0;
+    }
+    return 1;
 }

@@ -329,14 +329,24 @@ void McuSim::afterSfrWrite(ci_u32 offset) {
     const bool start32 = offset == 0x290000 && (sfr(0, 0x290000, 4) & 1);
     if (!start16 && !start32) return;
     probed_.push_back(start16 ? sfr(0, 0x94006, 2) : sfr(0, 0x290008, 4));
-    pending_.push_back(Pending{offset, busyReads});
+    startBusy(offset);
+}
+
+// A new start replaces whatever was still pending on the same status.
+void McuSim::startBusy(ci_u32 key) {
+    for (size_t i = 0; i < pending_.size(); ++i) {
+        if (pending_[i].offset == key) pending_.erase(pending_.begin() + (long)i--);
+    }
+    pending_.push_back(Pending{key, busyReads});
 }
 
 void McuSim::pollStatus(ci_u32 offset) {
     for (size_t i = 0; i < pending_.size(); ++i) {
         if (pending_[i].offset != offset) continue;
-        if (pending_[i].remaining > 0) --pending_[i].remaining;
-        if (pending_[i].remaining != 0) return;
+        if (pending_[i].remaining != 0) {  // still busy (negative: for ever)
+            if (pending_[i].remaining > 0) --pending_[i].remaining;
+            return;
+        }
         finishProbe(offset);
         pending_.erase(pending_.begin() + (long)i);
         return;
@@ -351,7 +361,7 @@ void McuSim::finishProbe(ci_u32 offset) {
         setSfr(0, 0x290000, 4, 0);
         setSfr(0, 0x290004, 4, nack ? 0x8 : 0);
     } else {
-        regs_[kMasterStatus] = reg(kMasterStatus) & ~1u;
+        regs_[kMasterStatus] = masterResult_;
     }
 }
 
@@ -374,8 +384,9 @@ void McuSim::runMaster(ci_u32 control) {
             word = k % 2 ? (word & 0xFF00) | byte : byte << 8;
         }
     }
-    regs_[kMasterStatus] = (ok ? 0u : 2u) | 1u;
-    pending_.push_back(Pending{kMasterKey, busyReads});
+    regs_[kMasterStatus] = 1u;  // busy; the outcome shows when done
+    masterResult_ = ok ? 0u : 2u;
+    startBusy(kMasterKey);
 }
 
 ci_error_code McuSim::system(bool write, ci_addr_type type, ci_u32 space, ci_u32 start, ci_u32 bits, ci_u32 n,

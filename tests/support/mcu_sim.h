@@ -162,6 +162,7 @@ private:
     bool windowTarget(ci_u32 addr, ci_u32 bytes, Memory** m, ci_u32* bank, ci_u32* offset);
     void afterSfrWrite(ci_u32 offset);
     void pollStatus(ci_u32 offset);
+    void startBusy(ci_u32 key);
     void finishProbe(ci_u32 offset);
     void runMaster(ci_u32 control);
 
@@ -175,6 +176,7 @@ private:
     std::map<ci_u32, FarDevice> farDevs_;
     std::vector<ci_u32> probed_;
     std::vector<Pending> pending_;
+    ci_u32 masterResult_ = 0;
     std::vector<Transfer> log_;
     struct Failure {
         ci_u32 addr;
@@ -197,4 +199,6 @@ public:
 
     operator ci_camera_t*() const { return cam.get(); }
     _sg_context_t* shared() const { return cam.context()->sg_context; }
+    // The cached value of a register of the description, when valid.
+    bool cached(const char* name, ci_u32* v) const { return ci_GetRegCacheValueReg(cam, cam.reg(name), v) == 0; }
 };

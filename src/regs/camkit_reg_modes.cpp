@@ -1,0 +1,20 @@
+// Temporary camera modes and the calling thread's cache setting.
+#define CK_SOURCE "camkit_reg"
+#include "regs/regs_internal.h"
+
+ScopedMode::ScopedMode(ci_camera_t* camera, ci_modes mode, ci_u32 value)
+    : camera_(camera), mode_(mode), saved_(0), restore_(false) {
+    restore_ = ci_getMode(camera_, mode_, &saved_) == CI_CAMERA_SUCCESS;
+    ci_setMode(camera_, mode_, value);
+}
+
+ScopedMode::~ScopedMode() {
+    if (restore_) {
+        ci_setMode(camera_, mode_, saved_);
+    }
+}
+
+ci_s32 _cacheUse(ci_camera_t* camera) {
+    const _tl_context_t* view = _thread_local_context(camera);
+    return view ? view->use_reg_cache : 0;
+}
