@@ -109,6 +109,10 @@ typedef struct ci_errorMsg {
 
 /* ------------------------------------------------------------------------ */
 /* Enumerations                                                             */
+/*                                                                          */
+/* Every enumeration is a 32-bit type that may carry any 32-bit value (the  */
+/* _32BIT members), so values read from files, boards and callers that are  */
+/* outside the named ones are well defined and rejected by the functions.   */
 /* ------------------------------------------------------------------------ */
 
 typedef enum ci_product_ids {
@@ -119,7 +123,8 @@ typedef enum ci_product_ids {
     CI_KESTR = 0x100B,
     CI_KESTR_XL = 0x100C,
     CI_KITE_2X = 0x100D,
-    CI_KITE_3 = 0x100E
+    CI_KITE_3 = 0x100E,
+    _CI_PRODUCT_IDS_32BIT = 0x7FFFFFFF
 } ci_product_ids;
 
 /* Transport selection bits of ci_OpenCameras2. */
@@ -193,14 +198,16 @@ typedef enum ci_modes {
     CI_TRIGGER = 60,
     CI_OUTPUT_PORT = 61,
     CI_PIXEL_PACK = 62,
-    CI_NUM_MODES = 63
+    CI_NUM_MODES = 63,
+    _CI_MODES_32BIT = 0x7FFFFFFF
 } ci_modes;
 
 typedef enum ci_unswizzle_modes {
     CI_NO_UNSWIZZLE = 0,
     CI_HW_UNSWIZZLE = 1,
     CI_SW_UNSWIZZLE = 2,
-    CI_ANY_UNSWIZZLE = 3
+    CI_ANY_UNSWIZZLE = 3,
+    _CI_UNSWIZZLE_MODES_32BIT = 0x7FFFFFFF
 } ci_unswizzle_modes;
 
 typedef enum ci_rx_types {
@@ -209,31 +216,36 @@ typedef enum ci_rx_types {
     CI_RX_PARALLEL = 1,
     CI_RX_CCP = 2,
     CI_RX_MIPI = 3,
-    CI_RX_PXLANE = 4
+    CI_RX_PXLANE = 4,
+    _CI_RX_TYPES_32BIT = 0x7FFFFFFF
 } ci_rx_types;
 
 typedef enum ci_rx_modes {
     CI_RX_PXLANE_S = 0,
     CI_RX_PXLANE_SPS = 1,
     CI_RX_PXLANE_SPP = 2,
-    CI_RX_PXLANE_DSLR = 3
+    CI_RX_PXLANE_DSLR = 3,
+    _CI_RX_MODES_32BIT = 0x7FFFFFFF
 } ci_rx_modes;
 
 typedef enum ci_stereo_modes {
     CI_STEREO_LEFT = 0,
     CI_STEREO_RIGHT = 1,
     CI_STEREO_ROWWISE = 2,
-    CI_STEREO_BLEND = 3
+    CI_STEREO_BLEND = 3,
+    _CI_STEREO_MODES_32BIT = 0x7FFFFFFF
 } ci_stereo_modes;
 
 typedef enum ci_notify_codes {
     CI_NOTIFY_PAUSE = 1,
     CI_NOTIFY_RESUME = 2,
     CI_NOTIFY_UPDATEFRAMESIZE = 3,
-    CI_NOTIFY_REFRESH = 4
+    CI_NOTIFY_REFRESH = 4,
+    _CI_NOTIFY_CODES_32BIT = 0x7FFFFFFF
 } ci_notify_codes;
 
 typedef enum ci_image_types {
+    CI_IMAGE_TYPE_NOT_FOUND = -1,   /* an image-type keyword the reader did not know */
     CI_UNKNOWN_IMAGE_TYPE = 0,
     CI_BAYER_8 = 1,
     CI_BAYER_10 = 2,
@@ -270,7 +282,8 @@ typedef enum ci_image_types {
     CI_Y400 = 33,
     CI_RGB555L = 34,
     CI_RGB555M = 35,
-    CI_NUM_IMAGE_TYPES = 36
+    CI_NUM_IMAGE_TYPES = 36,
+    _CI_IMAGE_TYPES_32BIT = 0x7FFFFFFF
 } ci_image_types;
 
 typedef enum ci_data_types {
@@ -298,7 +311,8 @@ typedef enum ci_data_types {
     CI_TYPE_FIXED29, CI_TYPE_FIXED30, CI_TYPE_FIXED31, CI_TYPE_FIXED32,
     CI_TYPE_SIGNMAG = 67,
     CI_TYPE_FLOAT = 68,
-    CI_TYPE_FLOAT16 = 69
+    CI_TYPE_FLOAT16 = 69,
+    _CI_DATA_TYPES_32BIT = 0x7FFFFFFF
 } ci_data_types;
 
 typedef enum ci_addr_type {
@@ -311,7 +325,8 @@ typedef enum ci_addr_type {
     CI_FAR1_SFR_ADDR = 6,
     CI_FAR2_REG_ADDR = 7,
     CI_FAR2_MCU_ADDR = 8,
-    CI_FAR2_SFR_ADDR = 9
+    CI_FAR2_SFR_ADDR = 9,
+    _CI_ADDR_TYPE_32BIT = 0x7FFFFFFF
 } ci_addr_type;
 
 /* Sensor model codes.  The names of the models are data (the sensor-type
@@ -324,7 +339,8 @@ typedef enum ci_sensor_types {
     CI_ARRAY_IMAGER_SENSOR = 105,
     CI_RESERVED_SENSOR78 = 110,
     CI_RESERVED_SENSOR79 = 111,
-    CI_NUM_SENSOR_TYPES = 116
+    CI_NUM_SENSOR_TYPES = 116,
+    _CI_SENSOR_TYPES_32BIT = 0x7FFFFFFF
 } ci_sensor_types;
 
 /* ------------------------------------------------------------------------ */

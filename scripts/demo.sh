@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release -DCAMKIT_BUILD_TESTS=OFF -DCAMKIT_BUILD_BENCH=OFF >/dev/null
-cmake --build build --target camkit_cli
-exec build/tools/camkit "$@"
+cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DCAMKIT_BUILD_TESTS=OFF -DCAMKIT_BUILD_BENCH=OFF \
+  -DCAMKIT_BUILD_TOOLS=ON >/dev/null
+cmake --build build/release --target camkit_cli
+exec build/release/tools/camkit "$@"

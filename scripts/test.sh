@@ -13,35 +13,36 @@ fuzz_seconds=${FUZZ_SECONDS:-60}
 step() { printf '\n==== %s\n' "$*"; }
 
 step "build and test"
-cmake -S . -B build -G Ninja -DCAMKIT_BUILD_BENCH=ON >/dev/null
-cmake --build build -j "$jobs"
-ctest --test-dir build -j "$jobs" --output-on-failure
+cmake -S . -B build/test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=ON \
+  -DCAMKIT_BUILD_TOOLS=ON >/dev/null
+cmake --build build/test -j "$jobs"
+ctest --test-dir build/test -j "$jobs" --output-on-failure
 
 step "AddressSanitizer + UndefinedBehaviorSanitizer"
-cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_SANITIZE=ON -DCAMKIT_BUILD_BENCH=OFF \
+cmake -S . -B build/asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_SANITIZE=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=OFF \
   -DCAMKIT_BUILD_TOOLS=OFF >/dev/null
-cmake --build build-asan -j "$jobs"
+cmake --build build/asan -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-  ctest --test-dir build-asan -j "$jobs" --output-on-failure
+  ctest --test-dir build/asan -j "$jobs" --output-on-failure
 
 step "ThreadSanitizer (thread tests)"
-cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_TSAN=ON -DCAMKIT_BUILD_BENCH=OFF \
+cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_TSAN=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=OFF \
   -DCAMKIT_BUILD_TOOLS=OFF >/dev/null
-cmake --build build-tsan -j "$jobs"
-TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build-tsan -j "$jobs" --output-on-failure -L thread
+cmake --build build/tsan -j "$jobs"
+TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build/tsan -j "$jobs" --output-on-failure -L thread
 
 step "fuzz targets, ${fuzz_seconds}s each"
-CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCAMKIT_BUILD_FUZZ=ON \
+CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCAMKIT_BUILD_FUZZ=ON \
   -DCAMKIT_BUILD_TESTS=OFF -DCAMKIT_BUILD_BENCH=OFF -DCAMKIT_BUILD_TOOLS=OFF >/dev/null
-cmake --build build-fuzz -j "$jobs"
-for fuzzer in build-fuzz/fuzz/fuzz_*; do
+cmake --build build/fuzz -j "$jobs"
+for fuzzer in build/fuzz/fuzz/fuzz_*; do
   [[ -x "$fuzzer" ]] || continue
   name=$(basename "$fuzzer")
-  corpus=build-fuzz/corpus/$name
+  corpus=build/fuzz/corpus/$name
   mkdir -p "$corpus"
   seeds=(fuzz/seeds/$name)
   [[ -d "${seeds[0]}" ]] || seeds=()
-  "$fuzzer" -max_total_time="$fuzz_seconds" -print_final_stats=1 -artifact_prefix=build-fuzz/ \
+  "$fuzzer" -max_total_time="$fuzz_seconds" -print_final_stats=1 -artifact_prefix=build/fuzz/ \
     "$corpus" "${seeds[@]}" 2>&1 | tail -n 12
 done
 step "all checks passed"

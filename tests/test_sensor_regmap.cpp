@@ -1,7 +1,6 @@
 // Register map model: keyword and name lookups, freeing a description, the
 // sensor-type table and its extension by sensor_types.txt.
 #include <gtest/gtest.h>
-
 #include <stdlib.h>
 #include <string.h>
 
@@ -96,9 +95,9 @@ TEST(RegisterMap, DestroyingASensorFreesItsTablesAndKeepsTheRecord) {
 TEST_F(SensorTypes, TheBuiltInTableNamesEveryModelWithSpecialBehaviour) {
     // System-on-chip models, MCU styles, address steps, the array imager,
     // swizzled sensors, the companion-board check and board quirks.
-    const ci_u32 behaviour[] = {1,  3,  5,  6,  7,  8,  10, 13, 14, 16, 19, 20,  22,  23,  24,  26,  28, 29,
-                                35, 37, 38, 39, 44, 45, 46, 47, 49, 53, 54, 55, 56,  61,  62,  66,  68, 71,
-                                72, 74, 75, 76, 79, 95, 99, 103, 104, 105, 106, 110, 111, 115};
+    const ci_u32 behaviour[] = {1,  3,  5,  6,  7,  8,  10, 13, 14, 16,  19,  20,  22,  23,  24,  26, 28,
+                                29, 35, 37, 38, 39, 44, 45, 46, 47, 49,  53,  54,  55,  56,  61,  62, 66,
+                                68, 71, 72, 74, 75, 76, 79, 95, 99, 103, 104, 105, 106, 110, 111, 115};
     std::set<ci_u32> named;
     std::set<std::string> names;
     for (size_t i = 0; i < g_numSensorTypeRows; ++i) {
@@ -159,7 +158,7 @@ TEST_F(SensorTypes, ADirectoryFileAddsAndOverridesRows) {
               "LAB_CAM_3 = 117, RD_INDEX, WR_INDEX\n"
               "LAB_CAM_4 = 5, NONE\n"
               "BROKEN LINE\n"
-              "NEGATIVE = -3\n"
+              "OUT_OF_RANGE = 128\n"
               "TOO_MANY = 7, A, B, C\n"
               "LAB_CAM_5 = 9x\n");
     LogCapture log;
@@ -174,7 +173,7 @@ TEST_F(SensorTypes, ADirectoryFileAddsAndOverridesRows) {
     EXPECT_EQ("WR_INDEX", page_write(117));
     EXPECT_EQ("", page_read(5));  // NONE takes the built-in page select away
     EXPECT_EQ("ADDR_SPACE_SEL", page_read(6));
-    EXPECT_EQ(CI_UNKNOWN_SENSOR, type_of("NEGATIVE"));
+    EXPECT_EQ(CI_UNKNOWN_SENSOR, type_of("OUT_OF_RANGE"));
     EXPECT_EQ(CI_UNKNOWN_SENSOR, type_of("TOO_MANY"));
     EXPECT_EQ(CI_UNKNOWN_SENSOR, type_of("LAB_CAM_5"));
     std::string text = log.text();

@@ -3,7 +3,6 @@
 // library on valid lines, on every prefix of them and on many damaged
 // variants.
 #include <gtest/gtest.h>
-
 #include <stdio.h>
 #include <string.h>
 
@@ -34,34 +33,46 @@ struct Case {
 
 const std::vector<Case>& cases() {
     static const std::vector<Case> all = {
-        {"key value", CASE("%79s = %79s", o.s[0], o.s[1]),
+        {"key value",
+         CASE("%79s = %79s", o.s[0], o.s[1]),
          {"WIDTH = 1920", "SHIP_BASE_ADDRESS = (0x20 0x30)", "  BITS_PER_CLOCK\t=\t12  ", "A=B"}},
-        {"quoted name", CASE("%79s = \"%255[^\"]", o.s[0], o.s[1]),
+        {"quoted name",
+         CASE("%79s = \"%255[^\"]", o.s[0], o.s[1]),
          {"SENSORNAME = \"CK0200\"", "SENSORNAME = \"CK 02 00\" x", "SENSORNAME = CK0200"}},
-        {"version write", CASE("%79s = %255[^,], %i, %i", o.s[0], o.s[1], &o.i[0], &o.i[1]),
+        {"version write",
+         CASE("%79s = %255[^,], %i, %i", o.s[0], o.s[1], &o.i[0], &o.i[1]),
          {"VERSION_REG_WRITE = RESET_REGISTER, 0x0001, 1", "VERSION_REG_WRITE = R ,0xFF,-1"}},
-        {"wait list", CASE("%79s = %255[^,], %i, (%119[^)]) , %i", o.s[0], o.s[1], &o.i[0], o.s[2], &o.i[1]),
+        {"wait list",
+         CASE("%79s = %255[^,], %i, (%119[^)]) , %i", o.s[0], o.s[1], &o.i[0], o.s[2], &o.i[1]),
          {"VERSION_REG_WAITFOR = STATUS, 0x3, (1 2 3) , 200", "VERSION_REG_WAITFOR = STATUS, 0x3, (1 2 3)"}},
-        {"serial", CASE("%i , %i : %i , %i : %i , %n", &o.i[0], &o.i[1], &o.i[2], &o.i[3], &o.i[4], &o.n[0]),
+        {"serial",
+         CASE("%i , %i : %i , %i : %i , %n", &o.i[0], &o.i[1], &o.i[2], &o.i[3], &o.i[4], &o.n[0]),
          {" 0x90, 0x3000:16, 0xFFFF:16, 0x5400", "0x90 , 0x0 : 8 , 0xff : 0", "0x90,1:2,3:4,(5 6)"}},
-        {"sensor part", CASE(" %255[^,] , %i , %n", o.s[0], &o.i[0], &o.n[0]),
+        {"sensor part",
+         CASE(" %255[^,] , %i , %n", o.s[0], &o.i[0], &o.n[0]),
          {" FUSE_REV , 0xF0 , (1 2)", "FUSE_REV,0xF0", "  , 1, 2"}},
-        {"space", CASE("%255[^=]= {%255[^,], %i, %511[^}]", o.s[0], o.s[1], &o.i[0], o.s[2]),
+        {"space",
+         CASE("%255[^=]= {%255[^,], %i, %511[^}]", o.s[0], o.s[1], &o.i[0], o.s[2]),
          {"CORE = {REG, 0, \"Core\"}", "VARS = {MCU, 0x1, \"\"}", "FAR = {FAR1, 1, \"0x48 16 8\"}"}},
-        {"space without type", CASE("%255[^=]= {%i, %511[^}]", o.s[0], &o.i[0], o.s[1]),
+        {"space without type",
+         CASE("%255[^=]= {%i, %511[^}]", o.s[0], &o.i[0], o.s[1]),
          {"PAGE1 = {1, \"Page 1\"}", "PAGE1 = {x, \"Page 1\"}"}},
-        {"register v1", CASE("%255[^=]= {%i, %39[^,], %i, %4[^,], %i, %760[^}]", o.s[0], &o.i[0], o.s[1],
-                             &o.i[1], o.s[2], &o.i[2], o.s[3]),
-         {"EXPOSURE = {0x3012, CORE, 0xFFFF, RW, 0x0100, \"Exposure\", \"Rows\"}",
-          "X={1,S,-1,RO,0,\"\"}", "Y = {1, S, 2, READWRITE, 0, \"d\"}"}},
-        {"register v2", CASE("%255[^=]= {%i, %39[^,], %i, %i, %4[^,], %i, %760[^}]", o.s[0], &o.i[0], o.s[1],
-                             &o.i[1], &o.i[2], o.s[2], &o.i[3], o.s[3]),
+        {"register v1",
+         CASE("%255[^=]= {%i, %39[^,], %i, %4[^,], %i, %760[^}]", o.s[0], &o.i[0], o.s[1], &o.i[1], o.s[2], &o.i[2],
+              o.s[3]),
+         {"EXPOSURE = {0x3012, CORE, 0xFFFF, RW, 0x0100, \"Exposure\", \"Rows\"}", "X={1,S,-1,RO,0,\"\"}",
+          "Y = {1, S, 2, READWRITE, 0, \"d\"}"}},
+        {"register v2",
+         CASE("%255[^=]= {%i, %39[^,], %i, %i, %4[^,], %i, %760[^}]", o.s[0], &o.i[0], o.s[1], &o.i[1], &o.i[2], o.s[2],
+              &o.i[3], o.s[3]),
          {"LUT = {0x3100, CORE, 16, 0xFFFF, RW, 0, \"Lut\", \"\"}", "A = {1, S, 2, 3, WO, 4}"}},
-        {"bitfield", CASE(" {%255[^,], %i, %4[^,], %760[^}]", o.s[0], &o.i[0], o.s[1], o.s[2]),
+        {"bitfield",
+         CASE(" {%255[^,], %i, %4[^,], %760[^}]", o.s[0], &o.i[0], o.s[1], o.s[2]),
          {"  {ENABLE, 0x0001, RW, \"Enable\", \"\"}", "{BIT_0 x, 1, RO, \"\"}", "EXPOSURE = {1}"}},
         {"header", CASE("[%255[^]]]", o.s[0]), {"[REGISTERS]", "[]", " [X]", "[OPEN"}},
         {"number", CASE("%i%n", &o.i[0], &o.n[0]), {"0x10 0x20)", "-5", "017", "0x", "0xg", "+ 1", "99999999999"}},
-        {"subdevice", CASE("%79[^=]= {%39[^,], %i, %255[^}]", o.s[0], o.s[1], &o.i[0], o.s[2]),
+        {"subdevice",
+         CASE("%79[^=]= {%39[^,], %i, %255[^}]", o.s[0], o.s[1], &o.i[0], o.s[2]),
          {"FAR_A = {FAR1, 0x48, \"far.sdat\"}"}},
         {"three numbers", CASE("%i %i %i", &o.i[0], &o.i[1], &o.i[2]), {"0x48 16 8", "1 2"}},
     };
@@ -89,9 +100,15 @@ std::vector<std::string> variants(const std::string& line, std::mt19937& rng, in
         size_t at = rng() % v.size();
         char ch = alphabet[rng() % alphabet.size()];
         switch (rng() % 3) {
-            case 0: v[at] = ch; break;
-            case 1: v.erase(at, 1); break;
-            default: v.insert(at, 1, ch); break;
+            case 0:
+                v[at] = ch;
+                break;
+            case 1:
+                v.erase(at, 1);
+                break;
+            default:
+                v.insert(at, 1, ch);
+                break;
         }
         out.push_back(v);
     }

@@ -1,7 +1,6 @@
 // Whole sensor-data files: the bundled samples, the entry checks, XML
 // dispatch, section handling, line numbers in messages and hostile lines.
 #include <gtest/gtest.h>
-
 #include <stdlib.h>
 #include <string.h>
 
@@ -29,72 +28,32 @@ protected:
 
 }  // namespace
 
-TEST_F(SdatFiles, TheBayerSample) {
+// The bundled samples exercise every section on realistic sizes.
+TEST_F(SdatFiles, TheSamplesParse) {
     ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(sample("ck_bayer16.sdat")));
-    const ci_sensor_t* s = cam.sensor();
-    EXPECT_STREQ("CK0200", s->sensorName);
-    EXPECT_EQ(2, s->sensorType);
-    EXPECT_STREQ("CK0200-C", s->partNumber);
-    EXPECT_STREQ("RevB", s->versionName);
-    EXPECT_EQ(1920u, s->width);
-    EXPECT_EQ(1936u, s->fullWidth);
-    EXPECT_EQ(CI_BAYER_12, s->imageType);
-    EXPECT_EQ(16u, s->reg_addr_size);
-    EXPECT_EQ(16u, s->reg_data_size);
-    EXPECT_EQ(2, cam.ctx()->num_shipAddrs);
-    EXPECT_EQ(nullptr, s->addr_space);
-    EXPECT_GT(s->num_regs, 300);
+    EXPECT_EQ(2, cam.sensor()->sensorType);
+    EXPECT_EQ(CI_BAYER_12, cam.sensor()->imageType);
+    EXPECT_GT(cam.sensor()->num_regs, 300);
     EXPECT_EQ(0x2C02u, cam.reg("CHIP_VERSION_REG")->default_val);
     EXPECT_EQ(2u, cam.reg("FRAME_COUNT")->addr_span);
-    EXPECT_EQ(0xFFFFFFFFu, cam.reg("FRAME_COUNT")->bitmask);
-    EXPECT_EQ(16u, cam.reg("GAMMA_KNEES")->addr_span);
     EXPECT_EQ(1u, cam.reg("RESERVED_MFR_3180")->confidential);
-    const ci_reg_data_t* test = cam.reg("DIGITAL_TEST");
-    ASSERT_EQ(6, test->num_bitfields);
-    EXPECT_EQ(1u, test->bitfield[0].confidential);
-    EXPECT_EQ(0u, test->bitfield[5].confidential);
     EXPECT_EQ(11, cam.reg("RESET_REGISTER")->num_bitfields);
-}
 
-TEST_F(SdatFiles, ThePagedSample) {
     ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(sample("ck_page8.sdat")));
-    const ci_sensor_t* s = cam.sensor();
-    EXPECT_EQ(9, s->sensorType);
-    EXPECT_EQ(8u, s->reg_addr_size);
-    ASSERT_NE(nullptr, s->addr_space);
-    EXPECT_EQ(3, s->addr_space->num_vals);
-    EXPECT_EQ(0xF0u, s->addr_space->reg_addr_read);
-    EXPECT_EQ(0xF0u, s->addr_space->reg_addr_write);
+    EXPECT_EQ(0xF0u, cam.sensor()->addr_space->reg_addr_read);
     EXPECT_EQ(1u, cam.reg("CCM_00")->reg_space);
     EXPECT_EQ(2u, cam.reg("HIST_BIN_3")->reg_space);
-    EXPECT_EQ(0u, cam.reg("SHUTTER_WIDTH")->reg_space);
-    EXPECT_EQ(1, cam.ctx()->sdat_version);
-}
 
-TEST_F(SdatFiles, TheSystemOnChipSample) {
     ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(sample("ck_soc.sdat")));
-    const ci_sensor_t* s = cam.sensor();
     const _common_context_t* ctx = cam.ctx();
-    EXPECT_EQ(54, s->sensorType);
     EXPECT_TRUE(ci_IsSOC(cam));
-    EXPECT_EQ(CI_YCBCR, s->imageType);
     EXPECT_EQ(2, ctx->num_probe_term);
     EXPECT_EQ(3, ctx->num_partNumbers);
-    EXPECT_STREQ("FUSE_REVISION", ctx->partNumber[1].regName);
-    EXPECT_EQ(0x31FEu, ctx->partNumber[2].regAddr);
-    EXPECT_EQ(2, ctx->probe_term[0].num_version_reg_write);
     EXPECT_EQ(100, ctx->probe_term[0].version_reg_write[1].timeout);
-    EXPECT_EQ(4, ctx->probe_term[0].version_reg_read[0].numValues);
-    EXPECT_STREQ("ROM_REVISION", ctx->probe_term[1].extra_desc_reg);
-    EXPECT_EQ(1, ctx->probe_term[1].num_serial_match);
     EXPECT_EQ(0x48u, ctx->probe_term[1].extra_serial_match[0].baseAddr);
-    const ci_reg_data_t* var = cam.reg("AE_TARGET");
-    ASSERT_NE(nullptr, var);
-    EXPECT_EQ(CI_MCU_ADDR, var->addr_space->type);
-    EXPECT_EQ(2u, var->reg_space);
+    EXPECT_EQ(CI_MCU_ADDR, cam.reg("AE_TARGET")->addr_space->type);
+    EXPECT_EQ(2u, cam.reg("AE_TARGET")->reg_space);
     EXPECT_EQ(CI_SFR_ADDR, cam.reg("SFR_RAM_PATCH_0")->addr_space->type);
-    for (const char* name : {"LOGICAL_ADDRESS_ACCESS", "MCU_VARIABLE_DATA0", "PHYSICAL_ADDRESS_ACCESS", "ACCESS_CTL_STAT"})
-        EXPECT_NE(nullptr, cam.reg(name)) << name;
 }
 
 TEST_F(SdatFiles, EntryChecks) {
@@ -128,21 +87,22 @@ TEST_F(SdatFiles, XmlFilesGoToTheXmlReaderWhateverTheirName) {
 
 TEST_F(SdatFiles, MessagesGiveThePhysicalLineNumber) {
     LogCapture log;
-    std::string text = "; header comment\r\n"  // 1
-                       "\r\n"                  // 2
-                       "[CHIP_DESCRIPTOR]\r\n" // 3
-                       "   ; indented comment\r\n"
-                       "SHIP_BASE_ADDRESS = 0x20\r\n"  // 5
-                       "// slashes\r\n"
-                       "[END]\r\n"               // 7
-                       "[REGISTERS]\r\n"         // 8
-                       "A = {1, CORE, 0xFF, RW, 0, \"\", \"\"}\r\n"
-                       "\t// comment between register lines\r\n"  // 10
-                       "A = {2, CORE, 0xFF, RW, 0, \"\", \"\"}\r\n"  // 11
-                       "[END]\r\n"
-                       "[OPTIONAL]\r\n"
-                       "\r\n"
-                       "BAD_LINE\r\n";  // 15
+    std::string text =
+        "; header comment\r\n"   // 1
+        "\r\n"                   // 2
+        "[CHIP_DESCRIPTOR]\r\n"  // 3
+        "   ; indented comment\r\n"
+        "SHIP_BASE_ADDRESS = 0x20\r\n"  // 5
+        "// slashes\r\n"
+        "[END]\r\n"        // 7
+        "[REGISTERS]\r\n"  // 8
+        "A = {1, CORE, 0xFF, RW, 0, \"\", \"\"}\r\n"
+        "\t// comment between register lines\r\n"     // 10
+        "A = {2, CORE, 0xFF, RW, 0, \"\", \"\"}\r\n"  // 11
+        "[END]\r\n"
+        "[OPTIONAL]\r\n"
+        "\r\n"
+        "BAD_LINE\r\n";  // 15
     std::string path = dir.write("lines.sdat", text);
     EXPECT_EQ(CI_DUPLICATE_DESC_ERROR, cam.parse(path));
     EXPECT_EQ(1, count_of(log.text(), "A = {2, CORE, 0xFF, RW, 0, \"\", \"\"} in " + path + ":11"));
@@ -180,10 +140,10 @@ TEST_F(SdatFiles, FarSensorEntriesAreSkippedWithoutFailing) {
 
 TEST_F(SdatFiles, LongAndHostileLinesAreCutSafely) {
     std::string huge(5000, 'x');
-    std::string text = "[CHIP_DESCRIPTOR]\nSENSORNAME = \"" + huge + "\"\nSHIP_BASE_ADDRESS = 0x20\n" +
-                       "WIDTH = 1" + std::string(3000, '0') + "\n" + "[END]\n[REGISTERS]\n" + huge + " = {1, " + huge +
-                       ", 1, " + huge + ", 0, \"" + huge + "\"}\nB = {2, CORE, 0xFF, RW, 0, \"" + huge + "\", \"" +
-                       huge + "\"}\n[END]\n";
+    std::string text = "[CHIP_DESCRIPTOR]\nSENSORNAME = \"" + huge + "\"\nSHIP_BASE_ADDRESS = 0x20\n" + "WIDTH = 1" +
+                       std::string(3000, '0') + "\n" + "[END]\n[REGISTERS]\n" + huge + " = {1, " + huge + ", 1, " +
+                       huge + ", 0, \"" + huge + "\"}\nB = {2, CORE, 0xFF, RW, 0, \"" + huge + "\", \"" + huge +
+                       "\"}\n[END]\n";
     text += std::string("[OPTIONAL]\nPART_NUMBER = \"") + huge + "\" SENSOR " + huge + "\n[END]\n";
     LogCapture log;
     EXPECT_NE(CI_PARSE_SUCCESS, parse(text));
@@ -197,8 +157,9 @@ TEST_F(SdatFiles, LongAndHostileLinesAreCutSafely) {
 TEST_F(SdatFiles, ARecordCanBeGivenAndIsRefilledCleanly) {
     ci_sensor_t* given = static_cast<ci_sensor_t*>(calloc(1, sizeof(ci_sensor_t)));
     std::string path = dir.write("g.sdat", sdat_with(sdat_section("ADDR_SPACE", "CORE = {REG, 0, \"c\"}\n") +
-                                                     sdat_section("REGISTERS", "A = {1, CORE, 0xFF, RW, 0, \"\", \"\"}\n"
-                                                                               "  {F, 1, RW, \"\"}\n")));
+                                                     sdat_section("REGISTERS",
+                                                                  "A = {1, CORE, 0xFF, RW, 0, \"\", \"\"}\n"
+                                                                  "  {F, 1, RW, \"\"}\n")));
     ASSERT_EQ(CI_PARSE_SUCCESS, ci_ParseSensorFile(cam, path.c_str(), given));
     EXPECT_EQ(nullptr, cam.sensor());  // the camera's own record is untouched
     EXPECT_EQ(1, given->num_regs);

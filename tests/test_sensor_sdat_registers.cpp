@@ -57,7 +57,7 @@ TEST_F(SdatRegisters, AddressSpacesWithAndWithoutType) {
     EXPECT_EQ(CI_SFR_ADDR, space(3).type);
     EXPECT_STREQ("x", space(3).name);
     EXPECT_EQ(CI_REG_ADDR, space(4).type);  // unknown keyword
-    EXPECT_STREQ("", space(4).name);         // too short to hold a quoted name
+    EXPECT_STREQ("", space(4).name);        // too short to hold a quoted name
     EXPECT_EQ(CI_FAR1_REG_ADDR, space(5).type);
     EXPECT_EQ(0x48u, space(5).far_base);
     EXPECT_EQ(16u, space(5).far_addr_size);
@@ -92,12 +92,11 @@ TEST_F(SdatRegisters, BadAddressSpaceLinesFailTheFile) {
 }
 
 TEST_F(SdatRegisters, RegisterLinesOfBothForms) {
-    ASSERT_EQ(CI_PARSE_SUCCESS,
-              parse_regs("GAIN = {0x3012, CORE, 0xFFFF, RW, 0x0080, \"Gain\", \"Times 128\"}\n"
-                         "STATUS = {0x20, PAGE2, -1, ro, 7, \"Status\"}\n"
-                         "CMD = {0x21, PAGE2, 0xFF, WO , 0, \"\", \"\"}\n"
-                         "LOOSE = {0x22, NOSUCH, 0xFF, R, 0, \"\", \"\"}\n",
-                         1));
+    ASSERT_EQ(CI_PARSE_SUCCESS, parse_regs("GAIN = {0x3012, CORE, 0xFFFF, RW, 0x0080, \"Gain\", \"Times 128\"}\n"
+                                           "STATUS = {0x20, PAGE2, -1, ro, 7, \"Status\"}\n"
+                                           "CMD = {0x21, PAGE2, 0xFF, WO , 0, \"\", \"\"}\n"
+                                           "LOOSE = {0x22, NOSUCH, 0xFF, R, 0, \"\", \"\"}\n",
+                                           1));
     const ci_reg_data_t* gain = cam.reg("gain");
     ASSERT_NE(nullptr, gain);
     EXPECT_EQ(0x3012u, gain->reg_addr);
@@ -137,12 +136,12 @@ TEST_F(SdatRegisters, RegisterLinesOfBothForms) {
 
 TEST_F(SdatRegisters, TextsAndNamesOfRegistersAndBitfields) {
     std::string longText(300, 'd');
-    ASSERT_EQ(CI_PARSE_SUCCESS,
-              parse_regs("RESERVED_MFR_1 = {1, CORE, 1, 0xFFFF, RW, 0, \"" + longText + "\", \"" +
-                         longText.substr(0, 255) + "\"}\n"
-                         "  {BIT_0, 0x1, RW, \"b\", \"\"}\n"
-                         "  {bits_7_4 extra words, 0xF0, RO, \"nibble\", \"upper\"}\n"
-                         "  {PLAIN, 0xFF00, WO, \"\"}\n"));
+    ASSERT_EQ(CI_PARSE_SUCCESS, parse_regs("RESERVED_MFR_1 = {1, CORE, 1, 0xFFFF, RW, 0, \"" + longText + "\", \"" +
+                                           longText.substr(0, 255) +
+                                           "\"}\n"
+                                           "  {BIT_0, 0x1, RW, \"b\", \"\"}\n"
+                                           "  {bits_7_4 extra words, 0xF0, RO, \"nibble\", \"upper\"}\n"
+                                           "  {PLAIN, 0xFF00, WO, \"\"}\n"));
     const ci_reg_data_t* reg = cam.reg("reserved_mfr_1");
     ASSERT_NE(nullptr, reg);
     EXPECT_EQ(1u, reg->confidential);
@@ -163,14 +162,12 @@ TEST_F(SdatRegisters, TextsAndNamesOfRegistersAndBitfields) {
 }
 
 TEST_F(SdatRegisters, ARegisterHoldsAtMost33Bitfields) {
-    ASSERT_EQ(CI_PARSE_SUCCESS,
-              parse_regs("FULL = {1, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n" + many_fields(33)));
+    ASSERT_EQ(CI_PARSE_SUCCESS, parse_regs("FULL = {1, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n" + many_fields(33)));
     EXPECT_EQ(33, cam.reg("FULL")->num_bitfields);
 
     LogCapture log;
-    EXPECT_EQ(CI_PARSE_REG_ERROR,
-              parse_regs("OVER = {1, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n" + many_fields(35) +
-                         "NEXT = {2, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n  {N0, 1, RW, \"\"}\n"));
+    EXPECT_EQ(CI_PARSE_REG_ERROR, parse_regs("OVER = {1, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n" + many_fields(35) +
+                                             "NEXT = {2, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n  {N0, 1, RW, \"\"}\n"));
     EXPECT_EQ(nullptr, cam.reg("OVER"));
     ASSERT_NE(nullptr, cam.reg("NEXT"));
     EXPECT_EQ(1, cam.reg("NEXT")->num_bitfields);
@@ -179,12 +176,11 @@ TEST_F(SdatRegisters, ARegisterHoldsAtMost33Bitfields) {
 
 TEST_F(SdatRegisters, DuplicatesAndBadLinesAreReportedAndSkipped) {
     LogCapture log;
-    EXPECT_EQ(CI_PARSE_REG_ERROR,
-              parse_regs("A = {1, CORE, 1, 0xFF, RW, 0, \"\", \"\"}\n"
-                         "a = {2, CORE, 1, 0xFF, RW, 0, \"\", \"\"}\n"
-                         "  {DUP_FIELD, 1, RW, \"\"}\n"
-                         "TWO WORDS = {3, CORE, 1, 0xFF, RW, 0, \"\", \"\"}\n"
-                         "B = {4, CORE, 1, 0xFF, RW, 0, \"\", \"\"}\n"));
+    EXPECT_EQ(CI_PARSE_REG_ERROR, parse_regs("A = {1, CORE, 1, 0xFF, RW, 0, \"\", \"\"}\n"
+                                             "a = {2, CORE, 1, 0xFF, RW, 0, \"\", \"\"}\n"
+                                             "  {DUP_FIELD, 1, RW, \"\"}\n"
+                                             "TWO WORDS = {3, CORE, 1, 0xFF, RW, 0, \"\", \"\"}\n"
+                                             "B = {4, CORE, 1, 0xFF, RW, 0, \"\", \"\"}\n"));
     EXPECT_EQ(2, cam.sensor()->num_regs);
     EXPECT_EQ(1u, cam.reg("A")->reg_addr);
     EXPECT_EQ(0, cam.reg("A")->num_bitfields);
@@ -244,16 +240,18 @@ TEST_F(SdatRegisters, PageSelectRegistersAreRecordedForPagedModels) {
     const std::string indexed = "[CHIP_DESCRIPTOR]\nSENSORNAME = \"CK1200\"\nSHIP_BASE_ADDRESS = 0xBA\n[END]\n";
     ASSERT_EQ(CI_PARSE_SUCCESS,
               parse(indexed + kSpaces +
-                    sdat_section("REGISTERS", "2_WIRE_SERIAL_READ_INDEX = {0xFE, CORE, 0x3, RW, 0, \"\", \"\"}\n"
-                                              "2_wire_serial_write_index = {0xFD, CORE, 0x3, RW, 0, \"\", \"\"}\n")));
+                    sdat_section("REGISTERS",
+                                 "2_WIRE_SERIAL_READ_INDEX = {0xFE, CORE, 0x3, RW, 0, \"\", \"\"}\n"
+                                 "2_wire_serial_write_index = {0xFD, CORE, 0x3, RW, 0, \"\", \"\"}\n")));
     EXPECT_EQ(0xFEu, cam.sensor()->addr_space->reg_addr_read);
     EXPECT_EQ(0xFDu, cam.sensor()->addr_space->reg_addr_write);
 }
 
 TEST_F(SdatRegisters, LaterRegisterSectionsAppend) {
-    ASSERT_EQ(CI_PARSE_SUCCESS,
-              parse(sdat_with(sdat_section("REGISTERS", "A = {1, CORE, 0xFF, RW, 0, \"\", \"\"}\n") +
-                              sdat_section("REGISTERS", "B = {2, CORE, 0xFF, RW, 0, \"\", \"\"}\n  {X, 1, RW, \"\"}\n"))));
+    ASSERT_EQ(
+        CI_PARSE_SUCCESS,
+        parse(sdat_with(sdat_section("REGISTERS", "A = {1, CORE, 0xFF, RW, 0, \"\", \"\"}\n") +
+                        sdat_section("REGISTERS", "B = {2, CORE, 0xFF, RW, 0, \"\", \"\"}\n  {X, 1, RW, \"\"}\n"))));
     ASSERT_EQ(2, cam.sensor()->num_regs);
     EXPECT_STREQ("A", cam.sensor()->regs[0].unique_desc);
     EXPECT_EQ(1, cam.reg("B")->num_bitfields);

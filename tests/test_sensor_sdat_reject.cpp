@@ -1,7 +1,6 @@
 // Early rejects: during a sensor search a file is given up as soon as it
 // cannot describe the connected hardware.  Driven through a simulated bus.
 #include <gtest/gtest.h>
-
 #include <stdlib.h>
 
 #include <string>
@@ -15,8 +14,8 @@
 namespace {
 
 std::string descriptor(const char* name, const char* ship, const char* imageType = "BAYER") {
-    return "[CHIP_DESCRIPTOR]\nSENSORNAME = \"" + std::string(name) + "\"\nIMAGE_TYPE = " + imageType +
-           "\n" + (ship ? "SHIP_BASE_ADDRESS = " + std::string(ship) + "\n" : std::string()) + "[END]\n";
+    return "[CHIP_DESCRIPTOR]\nSENSORNAME = \"" + std::string(name) + "\"\nIMAGE_TYPE = " + imageType + "\n" +
+           (ship ? "SHIP_BASE_ADDRESS = " + std::string(ship) + "\n" : std::string()) + "[END]\n";
 }
 
 // CHIP_VERSION_REG, a register, the page selector and one more.
@@ -51,7 +50,8 @@ protected:
 
 TEST_F(SdatReject, BaseAddressesMustExistAndAnswer) {
     EXPECT_EQ(CI_SENSOR_DOES_NOT_MATCH, parse(descriptor("CK0200", nullptr)));
-    EXPECT_EQ(1, count_of(log.text(), "Early reject: There is no SHIP_BASE_ADDRESS, or no device at the base address(es)"));
+    EXPECT_EQ(
+        1, count_of(log.text(), "Early reject: There is no SHIP_BASE_ADDRESS, or no device at the base address(es)"));
 
     _setUnusedBase(cam.get(), 0x20);
     _setUnusedBase(cam.get(), 0x30);

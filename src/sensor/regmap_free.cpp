@@ -1,9 +1,9 @@
 // Freeing a sensor description.  Registers point into the address-space
 // table, so the table goes last.
 #define CK_SOURCE "sensor_data"
-#include "core/camkit_private.h"
-
 #include <stdlib.h>
+
+#include "core/camkit_private.h"
 
 namespace {
 

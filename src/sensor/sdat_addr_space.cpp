@@ -1,12 +1,12 @@
 // The address-space section ("ADDR_SPACE"): pages, MCU drivers, SFR spaces
 // and far buses that registers refer to by ID.
 #define CK_SOURCE "sensor_data"
+#include <stdlib.h>
+#include <string.h>
+
 #include "core/camkit_private.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_scan.h"
-
-#include <stdlib.h>
-#include <string.h>
 
 namespace {
 

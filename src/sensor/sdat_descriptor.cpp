@@ -1,11 +1,12 @@
 // The descriptor section ("CHIP_DESCRIPTOR"): name, image size and type,
 // pixel clocking and the serial base addresses of the sensor.
 #define CK_SOURCE "sensor_data"
+#include <stdio.h>
+#include <string.h>
+
 #include "core/camkit_private.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_scan.h"
-
-#include <string.h>
 
 namespace {
 
@@ -64,13 +65,26 @@ ci_error_code read_name(sdat_reader* r) {
     return CI_CAMERA_SUCCESS;
 }
 
+// An unknown keyword gives CI_IMAGE_TYPE_NOT_FOUND (-1), which no
+// classification accepts; the line is noted in the log.
+void read_image_type(sdat_reader* r, const char* value) {
+    int type = lookup(value, kImageTypes);
+    r->sensor->imageType = type < 0 ? CI_IMAGE_TYPE_NOT_FOUND : static_cast<ci_image_types>(type);
+    if (type < 0) {
+        char message[SDAT_LINE_DESCRIPTOR + CI_MAX_PATH + 48];
+        snprintf(message, sizeof message, "unknown image type %s in %s:%d", value, r->fileName,
+                 static_cast<int>(r->lineNo));
+        CK_LOG(CI_LOG_INFO, message);
+    }
+}
+
 // The base addresses: one number or a parenthesised list; each line starts
 // the list afresh.
 ci_error_code read_ship_addresses(sdat_reader* r) {
     _common_context_t* ctx = r->ctx;
     const char* values = strchr(r->line, '=') + 1;
-    ci_error_code result = sdat_value_list(r, values, ctx->shipAddr, CI_MAX_SHIP_ADDRS, &ctx->num_shipAddrs,
-                                           LIST_FULL_IS_ERROR);
+    ci_error_code result =
+        sdat_value_list(r, values, ctx->shipAddr, CI_MAX_SHIP_ADDRS, &ctx->num_shipAddrs, LIST_FULL_IS_ERROR);
     if (ctx->num_shipAddrs == 0) return report(r);
     r->sensor->shipAddr = ctx->shipAddr[0];
     return result;
@@ -105,7 +119,7 @@ ci_error_code read_key(sdat_reader* r, const char* key, const char* value) {
         case KEY_SENSORNAME:
             return read_name(r);
         case KEY_IMAGE_TYPE:
-            r->sensor->imageType = static_cast<ci_image_types>(lookup(value, kImageTypes));
+            read_image_type(r, value);
             return CI_CAMERA_SUCCESS;
         case KEY_SHIP_BASE_ADDRESS:
             return read_ship_addresses(r);

@@ -16,9 +16,7 @@ bool any_base_answers(sdat_reader* r) {
     return false;
 }
 
-bool stored(const sdat_reader* r, const char* name) {
-    return _regId(r->sensor->regs, r->sensor->num_regs, name) >= 0;
-}
+bool stored(const sdat_reader* r, const char* name) { return _regId(r->sensor->regs, r->sensor->num_regs, name) >= 0; }
 
 }  // namespace
 

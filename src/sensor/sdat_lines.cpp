@@ -1,13 +1,13 @@
 // Line and section reading of the sectioned sensor-data format, and the
 // syntax-error report every reader of that format uses.
 #define CK_SOURCE "sensor_data"
-#include "core/camkit_private.h"
-#include "sensor/sdat_reader.h"
-#include "sensor/sdat_scan.h"
-
 #include <ctype.h>
 #include <stdio.h>
 #include <string.h>
+
+#include "core/camkit_private.h"
+#include "sensor/sdat_reader.h"
+#include "sensor/sdat_scan.h"
 
 namespace {
 

@@ -3,12 +3,11 @@
 // Each optional section fills the probe term that is current when it begins;
 // OR_MATCH opens another term for the next optional section.
 #define CK_SOURCE "sensor_data"
+#include <string.h>
+
 #include "core/camkit_private.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_scan.h"
-
-#include <assert.h>
-#include <string.h>
 
 namespace {
 
@@ -106,9 +105,13 @@ void version_name(sdat_reader* r, const char* value) {
     if (sdat_scan(value, "\"%255[^\"]", name) == 1) memcpy(r->sensor->versionName, name, sizeof name);
 }
 
-void or_match(sdat_reader* r) {
-    assert(r->ctx->num_probe_term < CI_MAX_PROBE_TERMS && "at most 4 probe terms (OR_MATCH)");
+// A file may offer at most four alternative probe terms; one more OR_MATCH is
+// a syntax error of the file (the extra term's keys then fill the last term,
+// and the file fails with the section's code).
+ci_error_code or_match(sdat_reader* r) {
+    if (r->ctx->num_probe_term >= CI_MAX_PROBE_TERMS) return report(r);
     r->ctx->num_probe_term++;
+    return CI_CAMERA_SUCCESS;
 }
 
 ci_error_code read_key(sdat_reader* r, _probe_term_t* term, int key, const char* value) {
@@ -137,8 +140,7 @@ ci_error_code read_key(sdat_reader* r, _probe_term_t* term, int key, const char*
         case KEY_EXTRA_SERIAL_REG:
             return sdat_serial_match(r, term, rest);
         case KEY_OR_MATCH:
-            or_match(r);
-            return CI_CAMERA_SUCCESS;
+            return or_match(r);
         default: {
             ci_u32 n = 0;
             if (sdat_scan(value, "%i", &n) != 1) return report(r);

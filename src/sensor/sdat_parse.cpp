@@ -4,12 +4,12 @@
 // section, giving up as soon as a section fails or shows that the connected
 // hardware cannot be this sensor.
 #define CK_SOURCE "sensor_data"
-#include "core/camkit_private.h"
-#include "sensor/sdat_reader.h"
-
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+#include "core/camkit_private.h"
+#include "sensor/sdat_reader.h"
 
 namespace {
 
@@ -126,6 +126,7 @@ ci_error_code ci_ParseSensorFile(ci_camera_t* camera, const char* fileName, ci_s
         snprintf(message, sizeof message, "unable to open file %s", fileName);
         return CK_ERR(CI_PARSE_FILE_ERROR, message);
     }
+    setvbuf(fp, nullptr, _IOFBF, kReadBuffer);  // fewer reads for large files
     ci_sensor_t* record = choose_record(camera, sensor);
     if (!record) {
         fclose(fp);
@@ -137,7 +138,6 @@ ci_error_code ci_ParseSensorFile(ci_camera_t* camera, const char* fileName, ci_s
         fclose(fp);
         return _parseXmlSensorFile(camera, record, fileName);
     }
-    setvbuf(fp, nullptr, _IOFBF, kReadBuffer);  // fewer reads for large files
     sdat_reader r{fp, fileName, 0, camera, record, ctx, {}};
     ci_error_code result = parse_text(&r);
     fclose(fp);

@@ -1,12 +1,12 @@
 // Probe data of the optional section: part numbers, version registers to
 // write, wait for and read, and registers of other devices on the bus.
 #define CK_SOURCE "sensor_data"
+#include <ctype.h>
+#include <string.h>
+
 #include "core/camkit_private.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_scan.h"
-
-#include <ctype.h>
-#include <string.h>
 
 namespace {
 
@@ -38,8 +38,7 @@ bool scan_name_mask(const sdat_reader* r, char* name, ci_u32* mask, const char**
 bool scan_serial(const char* text, ci_u32* base, ci_u32* reg, ci_u32* addrSize, ci_u32* mask, ci_u32* dataSize,
                  const char** values) {
     int used = 0;
-    if (sdat_scan(text, "%i , %i : %i , %i : %i , %n", base, reg, addrSize, mask, dataSize, &used) != 5)
-        return false;
+    if (sdat_scan(text, "%i , %i : %i , %i : %i , %n", base, reg, addrSize, mask, dataSize, &used) != 5) return false;
     *values = used ? text + used : "";
     return true;
 }
@@ -152,8 +151,8 @@ ci_error_code sdat_reg_data(sdat_reader* r, _regData* data) {
         memset(data, 0, sizeof *data);
         return report(r);
     }
-    ci_error_code result = sdat_value_list(r, values, data->value, CI_MAX_VALUES, &data->numValues,
-                                           LIST_OVERFLOW_IS_ERROR);
+    ci_error_code result =
+        sdat_value_list(r, values, data->value, CI_MAX_VALUES, &data->numValues, LIST_OVERFLOW_IS_ERROR);
     if (data->numValues == 0) {
         memset(data, 0, sizeof *data);
         return report(r);

@@ -21,8 +21,8 @@ enum {
 // Reading state of one file.
 typedef struct sdat_reader {
     FILE* fp;
-    const char* fileName;    // as given by the caller; used in every message
-    ci_s32 lineNo;           // physical number of the line held in `line`
+    const char* fileName;  // as given by the caller; used in every message
+    ci_s32 lineNo;         // physical number of the line held in `line`
     ci_camera_t* camera;
     ci_sensor_t* sensor;     // the record being filled
     _common_context_t* ctx;  // the camera's common context
@@ -84,8 +84,8 @@ typedef enum sdat_list_rule { LIST_FULL_IS_ERROR, LIST_OVERFLOW_IS_ERROR } sdat_
 // (or commas), from text into values.  *count receives the number stored.
 // Returns 0, or CI_CHIP_DESC_ERROR after reporting the line when the list
 // breaks its limit (the list then ends).
-ci_error_code sdat_value_list(const sdat_reader* r, const char* text, ci_u32* values, ci_s32 capacity,
-                              ci_s32* count, sdat_list_rule rule);
+ci_error_code sdat_value_list(const sdat_reader* r, const char* text, ci_u32* values, ci_s32 capacity, ci_s32* count,
+                              sdat_list_rule rule);
 
 // ---- probe data of the optional section (sdat_probe.cpp)
 // Each reads r->line; `rest` is the text after its equals sign.

@@ -1,11 +1,11 @@
 // Setting up the sensor record for a parse, and the values derived from the
 // descriptor once it has been read.
 #define CK_SOURCE "sensor_data"
-#include "core/camkit_private.h"
-#include "sensor/sdat_reader.h"
-
 #include <stdio.h>
 #include <string.h>
+
+#include "core/camkit_private.h"
+#include "sensor/sdat_reader.h"
 
 namespace {
 
@@ -16,14 +16,13 @@ struct depth_type {
 
 // A plain Bayer image is named by its depth.
 const depth_type kBayerByDepth[] = {
-    {6, CI_BAYER_6},   {8, CI_BAYER_8},   {12, CI_BAYER_12},
-    {14, CI_BAYER_14}, {16, CI_BAYER_16}, {20, CI_BAYER_20},
+    {6, CI_BAYER_6}, {8, CI_BAYER_8}, {12, CI_BAYER_12}, {14, CI_BAYER_14}, {16, CI_BAYER_16}, {20, CI_BAYER_20},
 };
 
 // A high-dynamic-range Bayer image keeps its HDR type only at 12 and 14 bits.
 const depth_type kHdrBayerByDepth[] = {
-    {6, CI_BAYER_6},       {8, CI_BAYER_8},       {10, CI_BAYER_10}, {12, CI_BAYER_12_HDR},
-    {14, CI_BAYER_14_HDR}, {16, CI_BAYER_16},     {20, CI_BAYER_20},
+    {6, CI_BAYER_6},       {8, CI_BAYER_8},   {10, CI_BAYER_10}, {12, CI_BAYER_12_HDR},
+    {14, CI_BAYER_14_HDR}, {16, CI_BAYER_16}, {20, CI_BAYER_20},
 };
 
 template <size_t N>

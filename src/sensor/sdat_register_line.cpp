@@ -1,12 +1,13 @@
 // One register line or bitfield line of a registers section, scanned and
 // turned into its record.
 #define CK_SOURCE "sensor_data"
-#include "core/camkit_private.h"
 #include "sensor/sdat_register_line.h"
-#include "sensor/sdat_scan.h"
-#include "sensor/sensor_types.h"
 
 #include <string.h>
+
+#include "core/camkit_private.h"
+#include "sensor/sdat_scan.h"
+#include "sensor/sensor_types.h"
 
 namespace {
 
@@ -50,8 +51,8 @@ int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
     if (sdatVersion < 2)
         return sdat_scan(line, "%255[^=]= {%i, %255[^,], %i, %255[^,], %i, %760[^}]", name, &addr, space, &mask, rw,
                          &def, rest) > 6;
-    return sdat_scan(line, "%255[^=]= {%i, %255[^,], %i, %i, %255[^,], %i, %760[^}]", name, &addr, space, &span,
-                     &mask, rw, &def, rest) == 8;
+    return sdat_scan(line, "%255[^=]= {%i, %255[^,], %i, %i, %255[^,], %i, %760[^}]", name, &addr, space, &span, &mask,
+                     rw, &def, rest) == 8;
 }
 
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg) {
@@ -93,15 +94,11 @@ int sdat_is_bitfield_line(const char* line) {
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
     bitfield_line l;
     if (!scan_bitfield(line, &l)) return 0;
-    const char* name = l.name;
-    const char* rw = l.rw;
-    const char* rest = l.rest;
-    ci_u32 mask = l.mask;
     memset(bf, 0, sizeof *bf);
-    sdat_scan(name, "%255s", bf->id);
-    bf->bitmask = mask;
-    bf->rw = sdat_access(rw);
-    sdat_descriptions(rest, bf->desc, bf->detail);
+    sdat_scan(l.name, "%255s", bf->id);  // the name is its first word
+    bf->bitmask = l.mask;
+    bf->rw = sdat_access(l.rw);
+    sdat_descriptions(l.rest, bf->desc, bf->detail);
     bf->datatype = CI_TYPE_UNSIGNED;
     bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
     return 1;

@@ -3,21 +3,22 @@
 // read.  Errors are reported and reading goes on, but the section then fails
 // with the last error's code.
 #define CK_SOURCE "sensor_data"
+#include <stdint.h>
+#include <stdlib.h>
+#include <string.h>
+
 #include "core/camkit_private.h"
 #include "sensor/sdat_name_index.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_register_line.h"
-
-#include <stdlib.h>
-#include <string.h>
 
 namespace {
 
 // Working state of one registers section.
 struct register_pass {
     sdat_reader* r;
-    ci_s32 capacity;          // registers the array can hold
-    sdat_name_index names;    // every register stored so far
+    ci_s32 capacity;        // registers the array can hold
+    sdat_name_index names;  // every register stored so far
     ci_error_code result;
 };
 
@@ -30,6 +31,8 @@ ci_error_code fail(register_pass* p, ci_error_code code) {
 // Makes room for `count` more registers and indexes the ones present.
 bool prepare(register_pass* p, ci_s32 count) {
     ci_sensor_t* sensor = p->r->sensor;
+    if (static_cast<size_t>(count) > SIZE_MAX / sizeof *sensor->regs - static_cast<size_t>(sensor->num_regs))
+        return false;
     p->capacity = sensor->num_regs + count;
     void* regs = realloc(sensor->regs, static_cast<size_t>(p->capacity) * sizeof *sensor->regs);
     if (!regs) return false;
@@ -154,7 +157,8 @@ ci_error_code parse_registers(sdat_reader* r) {
     ci_s32 count = get_num_regs(r);
     if (count == 0) return CI_CAMERA_SUCCESS;
     register_pass p{r, 0, {nullptr, 0}, CI_CAMERA_SUCCESS};
-    ci_error_code result = prepare(&p, count) ? read_section(&p) : CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate registers");
+    ci_error_code result =
+        prepare(&p, count) ? read_section(&p) : CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate registers");
     release(&p);
     return result;
 }

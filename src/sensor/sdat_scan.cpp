@@ -171,42 +171,42 @@ char conversion_kind(const char* f) {
     return *f;
 }
 
+enum step { STEP_ON, STEP_MISMATCH, STEP_END_OF_INPUT };
+
+// One directive of the format at *f: blanks, a literal character or a
+// conversion.
+step run_directive(scan_state& s, const char** f, va_list* ap) {
+    if (is_blank(**f)) {
+        skip_blanks(s);
+        ++*f;
+        return STEP_ON;
+    }
+    if (**f != '%' || (*f)[1] == '%') {
+        char literal = **f;
+        *f += (literal == '%') ? 2 : 1;
+        if (literal == '%') skip_blanks(s);
+        if (*s.in == '\0') return STEP_END_OF_INPUT;
+        if (*s.in != literal) return STEP_MISMATCH;
+        ++s.in;
+        return STEP_ON;
+    }
+    ++*f;
+    char kind = conversion_kind(*f);
+    if (kind != 'n' && input_ends_before(s, kind)) return STEP_END_OF_INPUT;
+    int r = convert(s, f, ap);
+    if (r < 0) return STEP_MISMATCH;
+    s.stored += r;
+    return STEP_ON;
+}
+
 }  // namespace
 
 int sdat_scan(const char* text, const char* format, ...) {
     scan_state s{text, text, 0};
     va_list ap;
     va_start(ap, format);
-    const char* f = format;
-    bool ended = false;  // input failure (as opposed to a mismatch)
-    while (*f) {
-        if (is_blank(*f)) {
-            skip_blanks(s);
-            ++f;
-            continue;
-        }
-        if (*f != '%' || f[1] == '%') {
-            char literal = *f;
-            f += (*f == '%') ? 2 : 1;
-            if (literal == '%') skip_blanks(s);
-            if (*s.in == '\0') {
-                ended = true;
-                break;
-            }
-            if (*s.in != literal) break;
-            ++s.in;
-            continue;
-        }
-        ++f;
-        char kind = conversion_kind(f);
-        if (kind != 'n' && input_ends_before(s, kind)) {
-            ended = true;
-            break;
-        }
-        int r = convert(s, &f, &ap);
-        if (r < 0) break;
-        s.stored += r;
-    }
+    step last = STEP_ON;
+    for (const char* f = format; *f && last == STEP_ON;) last = run_directive(s, &f, &ap);
     va_end(ap);
-    return (ended && s.stored == 0) ? -1 : s.stored;
+    return (last == STEP_END_OF_INPUT && s.stored == 0) ? -1 : s.stored;
 }

@@ -2,11 +2,11 @@
 // the sensor.  Far-sensor files are not read in this build; each entry is
 // reported and skipped, and the rest of the file is read as usual.
 #define CK_SOURCE "sensor_data"
+#include <stdio.h>
+
 #include "core/camkit_private.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_scan.h"
-
-#include <stdio.h>
 
 namespace {
 

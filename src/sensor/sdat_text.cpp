@@ -1,12 +1,12 @@
 // Small text helpers of the sensor-data readers: numbers from the front of a
 // text, quoted strings, names, description texts and access keywords.
 #define CK_SOURCE "sensor_data"
+#include <ctype.h>
+#include <string.h>
+
 #include "core/camkit_private.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_scan.h"
-
-#include <ctype.h>
-#include <string.h>
 
 namespace {
 

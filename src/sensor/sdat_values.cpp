@@ -13,8 +13,8 @@ const char* skip_separators(const char* p) {
 
 }  // namespace
 
-ci_error_code sdat_value_list(const sdat_reader* r, const char* text, ci_u32* values, ci_s32 capacity,
-                              ci_s32* count, sdat_list_rule rule) {
+ci_error_code sdat_value_list(const sdat_reader* r, const char* text, ci_u32* values, ci_s32 capacity, ci_s32* count,
+                              sdat_list_rule rule) {
     *count = 0;
     const char* p = skip_separators(text);
     bool list = (*p == '(');

@@ -6,15 +6,15 @@
 // NONE says the code selects no pages.  ';', '#' and "//" start comments;
 // blank lines are skipped.  A bad line is reported and skipped.
 #define CK_SOURCE "sensor_data"
-#include "core/camkit_private.h"
-#include "sensor/sdat_reader.h"
-#include "sensor/sensor_types.h"
-
 #include <ctype.h>
 #include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+#include "core/camkit_private.h"
+#include "sensor/sdat_reader.h"
+#include "sensor/sensor_types.h"
 
 namespace {
 
@@ -32,12 +32,15 @@ void cut_comment(char* line) {
     }
 }
 
-// A whole number in 0..0x7FFFFFFF with nothing after it.
+// Model codes are values of ci_sensor_types, whose range ends at 127.
+const long long kLastCode = 127;
+
+// A whole number in 0..kLastCode with nothing after it.
 bool read_code(const char* text, ci_s32* code) {
     char* end = nullptr;
     errno = 0;
     long long value = strtoll(text, &end, 0);
-    if (end == text || errno != 0 || value < 0 || value > 0x7FFFFFFF) return false;
+    if (end == text || errno != 0 || value < 0 || value > kLastCode) return false;
     while (isspace(static_cast<unsigned char>(*end))) ++end;
     if (*end) return false;
     *code = static_cast<ci_s32>(value);

@@ -3,13 +3,13 @@
 // kept for the life of the process and searched before the built-in table,
 // newest first.
 #define CK_SOURCE "sensor_data"
-#include "sensor/sensor_types.h"
-
 #include <deque>
 #include <mutex>
 #include <new>
 #include <set>
 #include <string>
+
+#include "sensor/sensor_types.h"
 
 namespace {
 
@@ -100,14 +100,13 @@ const char* _get_AddressSpaceReg_read(ci_camera_t* camera) { return camera_page_
 
 const char* _get_AddressSpaceReg_write(ci_camera_t* camera) { return camera_page_reg(camera, true); }
 
-int _addSensorTypeRow(const char* name, ci_s32 code, sensor_page_rule rule, const char* readReg,
-                      const char* writeReg) {
+int _addSensorTypeRow(const char* name, ci_s32 code, sensor_page_rule rule, const char* readReg, const char* writeReg) {
     try {
         std::lock_guard<std::mutex> guard(rows().lock);
         rows().types.push_back(user_type_row{name, code});
         if (rule != PAGE_SELECT_UNCHANGED)
-            rows().pages.push_back(user_page_row{code, rule == PAGE_SELECT_SET, readReg ? readReg : "",
-                                                 writeReg ? writeReg : ""});
+            rows().pages.push_back(
+                user_page_row{code, rule == PAGE_SELECT_SET, readReg ? readReg : "", writeReg ? writeReg : ""});
         return 1;
     } catch (...) {
         return 0;

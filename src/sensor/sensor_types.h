@@ -36,8 +36,7 @@ typedef enum sensor_page_rule {
 void _pageSelectRegs(ci_sensor_types type, const char** readReg, const char** writeReg);
 // Adds a user row; it wins over built-in rows and earlier user rows.
 // Returns 0 when it could not be stored.
-int _addSensorTypeRow(const char* name, ci_s32 code, sensor_page_rule rule, const char* readReg,
-                      const char* writeReg);
+int _addSensorTypeRow(const char* name, ci_s32 code, sensor_page_rule rule, const char* readReg, const char* writeReg);
 // Records that a directory's sensor_types.txt has been looked at; returns 0
 // when it had been already.
 int _markSensorTypeDir(const char* dir);

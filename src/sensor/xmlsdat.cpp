@@ -1,9 +1,9 @@
 // Entry point of the XML sensor-data reader.  This build has no XML reader:
 // an XML sensor-data file is reported and not used.
 #define CK_SOURCE "xmlsdat"
-#include "core/camkit_private.h"
-
 #include <stdio.h>
+
+#include "core/camkit_private.h"
 
 ci_error_code _parseXmlSensorFile(ci_camera_t* camera, ci_sensor_t* sensor, const char* fileName) {
     (void)camera;
