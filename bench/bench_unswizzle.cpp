@@ -76,17 +76,20 @@ double seconds(Fn fn) {
     return elapsed.count();
 }
 
+// The reference operation: a copy of the frame into another buffer.
+void copyFrame(std::vector<ci_u8>& target, const std::vector<ci_u8>& source) {
+    memcpy(target.data(), source.data(), source.size());
+    benchmark::DoNotOptimize(target.data());
+    benchmark::ClobberMemory();
+}
+
 // Best memcpy time over best operation time; the two are timed in turns so
 // that both see the same load on the machine.
 template <typename Fn>
 double ratioToMemcpy(Fn operation, size_t bytes) {
     std::vector<ci_u8> source = randomFrame(bytes);
     std::vector<ci_u8> target(bytes, 1);
-    const auto copy = [&] {
-        memcpy(target.data(), source.data(), bytes);
-        benchmark::DoNotOptimize(target.data());
-        benchmark::ClobberMemory();
-    };
+    const auto copy = [&] { copyFrame(target, source); };
     double bestCopy = 1e30;
     double bestOperation = 1e30;
     for (int i = 0; i < kTimingRounds; i++) {
@@ -96,10 +99,33 @@ double ratioToMemcpy(Fn operation, size_t bytes) {
     return bestCopy / bestOperation;
 }
 
-void runCase(benchmark::State& state, BenchCamera& camera, void (*operation)(ci_camera_t*, ci_u8*)) {
+using FrameOperation = void (*)(ci_camera_t*, ci_u8*);
+
+// One post-processing case: the camera set-up and the operation timed.
+struct FrameCase {
+    const char* name;
+    ci_image_types type;
+    ci_u32 bitsPerClock;
+    ci_u32 clocksPerPixel;
+    ci_s32 softwareUnswizzle;
+    FrameOperation operation;
+};
+
+const FrameCase kCases[] = {
+    {"BM_Unswizzle10", CI_BAYER_10, 8, 2, 1, _unSwizzleBuffer},
+    {"BM_Unswizzle12", CI_BAYER_12, 8, 2, 1, _unSwizzleBuffer},
+    {"BM_Unswizzle14", CI_BAYER_14, 14, 1, 1, _unSwizzleBuffer},
+    {"BM_Unswizzle16", CI_BAYER_16, 16, 1, 1, _unSwizzleBuffer},
+    {"BM_UnswizzleMsbAligned12", CI_BAYER_12, 8, 2, 2, _unSwizzleBuffer},
+    {"BM_MergeDeepBayer10", CI_BAYER_20, 10, 2, 0, _mergeDeepBayer},
+    {"BM_MergeDeepBayer16", CI_BAYER_20, 16, 2, 0, _mergeDeepBayer},
+};
+
+void runCase(benchmark::State& state, const FrameCase& frameCase) {
+    BenchCamera camera(frameCase.type, frameCase.bitsPerClock, frameCase.clocksPerPixel, frameCase.softwareUnswizzle);
     std::vector<ci_u8> frame = randomFrame(camera.frameBytes());
     const auto once = [&] {
-        operation(camera.get(), frame.data());
+        frameCase.operation(camera.get(), frame.data());
         benchmark::DoNotOptimize(frame.data());
         benchmark::ClobberMemory();
     };
@@ -109,60 +135,21 @@ void runCase(benchmark::State& state, BenchCamera& camera, void (*operation)(ci_
     state.counters["vs_memcpy"] = ratio;
 }
 
-void BM_Unswizzle10(benchmark::State& state) {
-    BenchCamera camera(CI_BAYER_10, 8, 2, 1);
-    runCase(state, camera, _unSwizzleBuffer);
-}
-
-void BM_Unswizzle12(benchmark::State& state) {
-    BenchCamera camera(CI_BAYER_12, 8, 2, 1);
-    runCase(state, camera, _unSwizzleBuffer);
-}
-
-void BM_Unswizzle14(benchmark::State& state) {
-    BenchCamera camera(CI_BAYER_14, 14, 1, 1);
-    runCase(state, camera, _unSwizzleBuffer);
-}
-
-void BM_Unswizzle16(benchmark::State& state) {
-    BenchCamera camera(CI_BAYER_16, 16, 1, 1);
-    runCase(state, camera, _unSwizzleBuffer);
-}
-
-void BM_UnswizzleMsbAligned12(benchmark::State& state) {
-    BenchCamera camera(CI_BAYER_12, 8, 2, 2);
-    runCase(state, camera, _unSwizzleBuffer);
-}
-
-void BM_MergeDeepBayer10(benchmark::State& state) {
-    BenchCamera camera(CI_BAYER_20, 10, 2, 0);
-    runCase(state, camera, _mergeDeepBayer);
-}
-
-void BM_MergeDeepBayer16(benchmark::State& state) {
-    BenchCamera camera(CI_BAYER_20, 16, 2, 0);
-    runCase(state, camera, _mergeDeepBayer);
-}
-
 void BM_Memcpy16BitFrame(benchmark::State& state) {
     const size_t bytes = (size_t)kWidth * kHeight * 2;
     std::vector<ci_u8> source = randomFrame(bytes);
     std::vector<ci_u8> target(bytes, 1);
-    for (auto _ : state) {
-        memcpy(target.data(), source.data(), bytes);
-        benchmark::DoNotOptimize(target.data());
-        benchmark::ClobberMemory();
-    }
+    for (auto _ : state) copyFrame(target, source);
     state.SetBytesProcessed((int64_t)state.iterations() * (int64_t)bytes);
 }
 
 }  // namespace
 
 BENCHMARK(BM_Memcpy16BitFrame)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Unswizzle10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Unswizzle12)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Unswizzle14)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Unswizzle16)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_UnswizzleMsbAligned12)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_MergeDeepBayer10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_MergeDeepBayer16)->Unit(benchmark::kMillisecond);
+
+[[maybe_unused]] static const bool kCasesRegistered = [] {
+    for (const FrameCase& frameCase : kCases) {
+        benchmark::RegisterBenchmark(frameCase.name, runCase, frameCase)->Unit(benchmark::kMillisecond);
+    }
+    return true;
+}();

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "camkit.h"
 
@@ -15,35 +14,27 @@ void setHome(const char* dev, const char* home) {
     home != nullptr ? setenv("CI_HOME", home, 1) : unsetenv("CI_HOME");
 }
 
-// Exits 0 when ci_Home gives expected.
-void expectHome(const char* dev, const char* home, const char* expected) {
-    setHome(dev, home);
-    std::exit(std::strcmp(ci_Home(), expected) == 0 ? 0 : 1);
+// Exits 0 when ci_Home gives home and ci_SensorData gives data.
+void expectHome(const char* dev, const char* envHome, const char* home, const char* data) {
+    setHome(dev, envHome);
+    bool ok = std::strcmp(ci_Home(), home) == 0;
+    setHome("/second", "/third");  // the first answer is kept
+    ok = ok && std::strcmp(ci_Home(), home) == 0 && std::strcmp(ci_SensorData(), data) == 0;
+    std::exit(ok ? 0 : 1);
 }
 
-TEST(HomeTest, EnvironmentOrderAndTrailingDelimiter) {
-    EXPECT_EXIT(expectHome("/opt/dev/", "/opt/home", "/opt/dev"), ::testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(expectHome(nullptr, "/opt/home//", "/opt/home/"), ::testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(expectHome("", "rel/home", "rel/home"), ::testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(expectHome(nullptr, nullptr, "../.."), ::testing::ExitedWithCode(0), "");
+TEST(HomeTest, EnvironmentOrderTrailingDelimiterAndFirstAnswerKept) {
+    const struct {
+        const char *dev, *envHome, *home, *data;
+    } cases[] = {
+        {"/opt/dev/", "/opt/home", "/opt/dev", "/opt/dev/sensor_data"},
+        {nullptr, "/opt/home//", "/opt/home/", "/opt/home//sensor_data"},
+        {"", "rel/home", "rel/home", "rel/home/sensor_data"},
+        {nullptr, nullptr, "../..", "../../sensor_data"},
+        {"/", nullptr, "", "/sensor_data"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EXIT(expectHome(c.dev, c.envHome, c.home, c.data), ::testing::ExitedWithCode(0), "") << c.home;
 }
-
-void firstAnswerIsKept() {
-    setHome("/first", nullptr);
-    std::string first = ci_Home();
-    setHome("/second", "/third");
-    bool kept = first == "/first" && std::strcmp(ci_Home(), "/first") == 0;
-    bool data = std::strcmp(ci_SensorData(), "/first/sensor_data") == 0;
-    std::exit(kept && data ? 0 : 1);
-}
-
-TEST(HomeTest, FirstAnswerIsKept) { EXPECT_EXIT(firstAnswerIsKept(), ::testing::ExitedWithCode(0), ""); }
-
-void rootHome() {
-    setHome("/", nullptr);
-    std::exit(std::strcmp(ci_Home(), "") == 0 && std::strcmp(ci_SensorData(), "/sensor_data") == 0 ? 0 : 1);
-}
-
-TEST(HomeTest, RootDirectoryGivesAbsoluteSensorData) { EXPECT_EXIT(rootHome(), ::testing::ExitedWithCode(0), ""); }
 
 }  // namespace

@@ -28,25 +28,22 @@ protected:
     ci_s32 n_ = -1;
 };
 
-TEST_F(OpenTest, RegistryHasFiveRowsInWalkOrder) {
-    ASSERT_EQ(_retSizeofTransportArray(), 5);
+TEST_F(OpenTest, MaskSelectsRowsWalkedInRegistryOrder) {
     EXPECT_EQ(open(kAllRows), 0);
     EXPECT_EQ(n_, 0);
     EXPECT_EQ(fake_.openedRows(), (std::vector<ci_u32>{0x10, 0x20, 0x4, 0x10000, 0x1}));
     EXPECT_EQ(fake_.calls()[0].plugin, "plug");
-}
 
-TEST_F(OpenTest, MaskSelectsRows) {
-    EXPECT_EQ(open(0), 0);
-    EXPECT_TRUE(fake_.calls().empty());
-    EXPECT_EQ(n_, 0);
-
-    EXPECT_EQ(ci_OpenCameras(cams_, &n_, "sensors"), 0);
-    EXPECT_EQ(fake_.openedRows(), (std::vector<ci_u32>{0x10, 0x20, 0x4, 0x1}));
+    EXPECT_EQ(ci_OpenCameras(cams_, &n_, "sensors"), 0);  // every row but 0x10000
+    EXPECT_EQ(fake_.openedRows(), (std::vector<ci_u32>{0x10, 0x20, 0x4, 0x10000, 0x1, 0x10, 0x20, 0x4, 0x1}));
     EXPECT_EQ(fake_.calls().back().plugin, "");
 
+    size_t before = fake_.calls().size();
+    EXPECT_EQ(open(0), 0);
+    EXPECT_EQ(fake_.calls().size(), before);
     fake_.script(0x10000).count = 1;
     EXPECT_EQ(open(0x10000), 0);
+    EXPECT_EQ(fake_.calls().size(), before + 1);
     EXPECT_EQ(n_, 1);
     EXPECT_EQ(cams_[0]->transportType, 0x10000u);
 }
@@ -69,8 +66,6 @@ TEST_F(OpenTest, OtherRowsAccumulateInOrder) {
     fake_.script(0x1).count = 1;
     ASSERT_EQ(open(kAllRows), 0);
     ASSERT_EQ(n_, 3);
-    EXPECT_EQ(cams_[0]->transportType, 0x4u);
-    EXPECT_EQ(cams_[1]->transportType, 0x4u);
     EXPECT_EQ(cams_[2]->transportType, 0x1u);
     EXPECT_EQ(row(0x4).num_open_cameras, 2);
     EXPECT_EQ(row(0x4).open_cameras[1], cams_[1]);
@@ -128,29 +123,19 @@ TEST_F(OpenTest, CancelFlagIsClearedAroundTheWalk) {
     EXPECT_EQ(g_cancel_all_probes, 0u);
 }
 
-TEST_F(OpenTest, OpenedCamerasGetSharedRecordCacheAndThreadView) {
-    fake_.script(0x1).count = 1;
-    fake_.script(0x1).withSensor = true;
-    ASSERT_EQ(open(0x1), 0);
-    _common_context_t* ctx = _ctx(cams_[0]);
-    EXPECT_NE(ctx->sg_context, nullptr);
-    EXPECT_EQ(ctx->num_cache_regs, 2);
-    ASSERT_NE(_thread_table(), nullptr);
-    EXPECT_EQ(_thread_table()[0].pCamera, cams_[0]);
-}
-
-TEST_F(OpenTest, ThreadTableSkipsFileCamerasAndRunsAcrossRows) {
+TEST_F(OpenTest, OpenedCamerasGetSharedRecordCacheAndAThreadViewUnlessFileCameras) {
     fake_.script(0x10).count = 1;
     ASSERT_EQ(open(0x10), 0);
     ci_camera_t* file = cams_[0];
     fake_.script(0x4).count = 1;
     fake_.script(0x1).count = 2;
+    fake_.script(0x1).withSensor = true;
     ASSERT_EQ(open(0x4 | 0x1), 0);
+    EXPECT_NE(_ctx(cams_[2])->sg_context, nullptr);
+    EXPECT_EQ(_ctx(cams_[2])->num_cache_regs, 2);
     _tl_context_t* table = _thread_table();
     ASSERT_NE(table, nullptr);
-    EXPECT_EQ(table[0].pCamera, cams_[0]);
-    EXPECT_EQ(table[1].pCamera, cams_[1]);
-    EXPECT_EQ(table[2].pCamera, cams_[2]);
+    for (int i = 0; i < 3; i++) EXPECT_EQ(table[i].pCamera, cams_[i]);
     EXPECT_EQ(table[3].pCamera, nullptr);
     EXPECT_EQ(_thread_local_context(file), &_ctx(file)->tl_context);
     EXPECT_EQ(_thread_local_context(cams_[2]), &table[2]);
@@ -164,8 +149,6 @@ TEST_F(OpenTest, ClosingOneOfTwoKeepsTheOther) {
     ASSERT_EQ(ci_setMode(second, CI_REG_ADDR_SIZE, 16), 0);
 
     ci_CloseCameras2(&first, 1);
-    EXPECT_EQ(fake_.calls().back().op, "close");
-    EXPECT_EQ(fake_.calls().back().count, 1);
     EXPECT_EQ(fake_.liveCameras(), 1);
     ASSERT_EQ(row(0x1).num_open_cameras, 1);
     EXPECT_EQ(row(0x1).open_cameras[0], second);
@@ -178,8 +161,6 @@ TEST_F(OpenTest, ClosingOneOfTwoKeepsTheOther) {
     ci_u32 size = 0;
     EXPECT_EQ(ci_getMode(second, CI_REG_ADDR_SIZE, &size), 0);
     EXPECT_EQ(size, 16u);
-    ci_u32 value = 1;
-    EXPECT_EQ(ci_readRegister(second, 0x20, 0, &value), 0);
 
     ci_CloseCameras2(&second, 1);
     EXPECT_EQ(row(0x1).num_open_cameras, 0);
@@ -195,15 +176,10 @@ TEST_F(OpenTest, CloseCamerasClosesEveryRowOnceAndIsRepeatable) {
     size_t before = fake_.calls().size();
     ci_CloseCameras();
     ASSERT_EQ(fake_.calls().size(), before + 2);
-    EXPECT_EQ(fake_.calls()[before].flag, 0x4u);
     EXPECT_EQ(fake_.calls()[before].count, 2);
-    EXPECT_EQ(fake_.calls()[before + 1].flag, 0x1u);
     EXPECT_EQ(fake_.liveCameras(), 0);
     EXPECT_EQ(_thread_table(), nullptr);
-    for (const _transport_t& r : gTransports) {
-        EXPECT_EQ(r.num_open_cameras, 0);
-        EXPECT_EQ(r.open_cameras, nullptr);
-    }
+    for (const _transport_t& r : gTransports) EXPECT_EQ(r.num_open_cameras, 0);
     ci_CloseCameras();
     EXPECT_EQ(fake_.calls().size(), before + 2);
 }

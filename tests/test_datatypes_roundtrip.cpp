@@ -1,7 +1,6 @@
 // Property test: every data type gives a raw value back through its number
-// form (ci_Int2Double, ci_Double2Int) and through its text form (ci_Int2Str,
-// ci_Str2Int) wherever the form can carry it.  The cases where it cannot are
-// singled out below, each with the reason and what must happen instead.
+// form and through its text form wherever the form can carry it; the cases
+// where it cannot are singled out with what must happen instead.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -49,10 +48,9 @@ std::vector<ci_u32> raw_values(ci_data_types t, ci_u32 mask) {
         return values;
     }
     const ci_u32 h = mask >> 1;
-    values = {0,          1,          2,          h - 1,      h,          h + 1,      h + 2,
-              mask - 1,   mask,       0x80000000, 0x3F800000, 0xBF800000, 0x7F800000, 0xFF800000,
-              0x7FC00000, 0xFFC00001, 0x7FA00000, 0x7F800001, 0x00000001, 0x807FFFFF, 0x7F7FFFFF,
-              0x00800000, 0x3C23D70A, 0x4B7FFFFF, 0x4CBEBC20};
+    values = {0, 1, 2, h - 1, h, h + 1, h + 2, mask - 1, mask, 0x80000000, 0x3F800000, 0xBF800000, 0x7F800000,
+              0xFF800000, 0x7FC00000, 0xFFC00001, 0x7FA00000, 0x7F800001, 0x807FFFFF, 0x7F7FFFFF, 0x00800000,
+              0x3C23D70A, 0x4B7FFFFF, 0x4CBEBC20};
     for (ci_u32& v : values) v &= mask;
     std::mt19937 gen(0x5EED0000u + static_cast<unsigned>(t));
     for (int i = 0; i < kRandomSamples; ++i) values.push_back(static_cast<ci_u32>(gen()) & mask);
@@ -75,34 +73,24 @@ private:
 
 std::string describe(ci_data_types t, ci_u32 mask, ci_u32 raw, const std::string& text, ci_u32 back) {
     std::ostringstream os;
-    os << std::hex << "type " << std::dec << t << std::hex << " mask 0x" << mask << " raw 0x" << raw << " text \"" << text
-       << "\" back 0x" << back;
+    os << "type " << t << std::hex << " mask 0x" << mask << " raw 0x" << raw << " text \"" << text << "\" back 0x" << back;
     return os.str();
 }
 
-// ---------------------------------------------------------------------------
-// raw -> number -> raw
-// ---------------------------------------------------------------------------
 ci_u32 expected_after_number(ci_data_types t, ci_u32 mask, ci_u32 raw) {
     // Sign-magnitude negative zero is the number -0.0, which stores as +0.
     if (t == CI_TYPE_SIGNMAG && raw == sign_bit(mask)) return 0;
-    // The 16-bit float reads only the low 16 bits (a word of 0 with higher
-    // bits set decodes as 2^-16, which is below the format and stores as 0).
+    // The 16-bit float reads only the low 16 bits.
     if (uses_float16(t, mask)) return raw & 0xFFFF;
     if (uses_float32(t, mask)) {
         // Any zero, -0.0 included, is stored as the word 0.
         if (raw == 0x80000000) return 0;
-        // A signalling NaN comes back quiet: widening to double sets the
-        // quiet bit (the payload itself survives).
+        // A signalling NaN comes back quiet (the payload survives).
         const bool nan = (raw & 0x7F800000) == 0x7F800000 && (raw & 0x007FFFFF) != 0;
         if (nan) return raw | 0x00400000;
     }
     return raw;
 }
-
-// ---------------------------------------------------------------------------
-// raw -> text -> raw
-// ---------------------------------------------------------------------------
 
 // A fixed-point text as an exact decimal: digits without the point.
 struct Decimal {
@@ -113,17 +101,11 @@ struct Decimal {
 
 Decimal parse_decimal(const std::string& text) {
     Decimal d;
-    size_t i = 0;
-    if (i < text.size() && text[i] == '-') d.negative = true, ++i;
-    bool after_point = false;
-    for (; i < text.size(); ++i) {
-        if (text[i] == '.') {
-            after_point = true;
-            continue;
-        }
-        d.digits = d.digits * 10 + static_cast<ci_u64>(text[i] - '0');
-        if (after_point) ++d.places;
-    }
+    d.negative = !text.empty() && text[0] == '-';
+    const size_t point = text.find('.');
+    for (size_t i = d.negative; i < text.size(); ++i)
+        if (i != point) d.digits = d.digits * 10 + static_cast<ci_u64>(text[i] - '0');
+    d.places = point == std::string::npos ? 0 : static_cast<int>(text.size() - point - 1);
     return d;
 }
 
@@ -133,13 +115,11 @@ ci_u64 pow10(int p) {
     return r;
 }
 
-// Fixed point with N fraction bits printed with P places.  The value is s
-// steps of 2^-N, the text D units of 10^-P.  Read back, the text becomes
-// floor(D * 2^N / 10^P + 1/2) steps; it is s again exactly when the text lies
-// less than half a step from the value: 2 |D 2^N - s 10^P| < 10^P.  With
-// P decimal places and 2^N > 10^P (N = 20, 27, 30, 31, 32) that fails for
-// some values.  A text of 2^31 - 1/2 steps or more reads back beyond the
-// signed 32-bit range and gives 0x80000000 (only the top of a 32-bit mask).
+// Fixed point with N fraction bits printed with P places: the value is s
+// steps of 2^-N, the text D units of 10^-P.  The text reads back as s exactly
+// when it lies less than half a step from the value (2 |D 2^N - s 10^P| <
+// 10^P), which fails for some values when 2^N > 10^P.  A text of 2^31 - 1/2
+// steps or more reads back beyond the signed range as 0x80000000.
 void check_fixed_text(ci_data_types t, ci_u32 mask, ci_u32 raw, const std::string& text, ci_u32 back,
                       Mismatches& bad) {
     const int n = fraction_bits(t);
@@ -165,10 +145,8 @@ void check_fixed_text(ci_data_types t, ci_u32 mask, ci_u32 raw, const std::strin
     if (within_half_step && back != raw) bad.add(describe(t, mask, raw, text, back));
 }
 
-// True when the text reads back as exactly the float with these bits: it
-// lies closer to it than to either neighbouring float, or halfway with the
-// tie going to its even significand.  "%.7G" has 7 significant digits; a
-// float needs up to 9, so most bit patterns are not carried exactly.
+// True when the text reads back as exactly the float with these bits
+// (nearest, ties to even).  Seven significant digits do not carry every float.
 bool text_denotes_float(const std::string& text, ci_u32 bits) {
     const float f = float_of(bits);
     const long double t = std::strtold(text.c_str(), nullptr);
@@ -205,12 +183,9 @@ void check_text_roundtrip(ci_data_types t, ci_u32 mask, ci_u32 raw, Mismatches& 
     const ci_u32 back = ci_Str2Int(t, buf, mask);
 
     if (uses_float16(t, mask)) {
-        // The format has 16 bits; what higher bits do is checked through the
-        // number form.
-        if (raw > 0xFFFF) return;
+        if (raw > 0xFFFF) return;  // higher bits are checked through the number form
         const double d = ci_Int2Double(t, raw, mask);
-        // At or below 0.01 the short scientific form drops the exponent
-        // digits ("1.5259E-"), so the text cannot be read back.
+        // At or below 0.01 the short form drops the exponent digits ("1.5259E-").
         if (d != 0 && std::fabs(d) <= 0.01) {
             if (text.size() < 2 || text.compare(text.size() - 2, 2, "E-") != 0)
                 bad.add("expected a cut exponent: " + describe(t, mask, raw, text, back));

@@ -1,6 +1,6 @@
 #pragma once
-// Shared by the sensor-identification tests: paths of the sample files, a
-// camera on a simulated bus, and a capture of the error log.
+// Shared by the sensor-identification tests: the sample files and a camera
+// on a simulated bus.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -9,28 +9,17 @@
 #include "bus_sim.h"
 #include "core/camkit_private.h"
 #include "scratch_dir.h"
+#include "sdat_camera.h"
+#include "sensor_builder.h"
 
 inline std::string identData(const std::string& relative) {
     return std::string(CAMKIT_SOURCE_DIR) + "/tests/data/ident/" + relative;
 }
 
-// Writes every log class to a file of its own for the life of the object.
-class LogCapture {
-public:
-    LogCapture() { ci_OpenErrorLog(CI_LOG_ALL, dir_.file("ident.txt").c_str()); }
-    ~LogCapture() { ci_CloseErrorLog(); }
-    std::string text() const {
-        char name[CI_STRING_LEN];
-        ci_GetErrorLogFileName(name);
-        return scratch_read_file(name);
-    }
-    bool contains(const std::string& part) const { return text().find(part) != std::string::npos; }
+inline bool logged(const LogCapture& log, const std::string& part) {
+    return log.text().find(part) != std::string::npos;
+}
 
-private:
-    ScratchDir dir_;
-};
-
-// A camera whose transport is a simulated bus.
 class IdentTest : public ::testing::Test {
 protected:
     BusSim bus;
@@ -54,7 +43,6 @@ protected:
         return value;
     }
 
-    // Reads of one register of one device in the bus log.
     int readsOf(ci_u32 base, ci_u32 reg) const {
         int n = 0;
         for (const BusTransaction& t : bus.log()) n += t.base == base && t.reg == reg && !t.write;

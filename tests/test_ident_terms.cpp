@@ -1,7 +1,6 @@
 // The hardware tests of one sensor data file: chip version at the candidate
-// bases, probe terms (extra descriptor, fuse/revision registers, other
-// devices, reset), the companion-board refusal, and the checks made after a
-// match (base address moves, part-number variants).
+// bases, probe terms (extra descriptor, fuse registers, other devices,
+// reset), the companion-board refusal, base address moves and part numbers.
 #include "test_ident_support.h"
 
 namespace {
@@ -16,12 +15,30 @@ std::vector<ci_u32> writesTo(const BusSim& bus, ci_u32 base, ci_u32 reg) {
     return values;
 }
 
+// The simulator everything below relies on: seeded from a file, a device
+// answers like the sensor, multi-word registers included.
+TEST_F(IdentTerms, SimulatedSensorAnswersWithTheFilesResetValues) {
+    BusDevice& dev = plug("sim/wide.sdat");
+    EXPECT_EQ(dev.peek(0x3012), 0x5678u) << "16-bit words of a 16-bit-address device are 2 addresses apart";
+    parse("sim/wide.sdat");
+    ci_u32 value = 0;
+    EXPECT_EQ(ci_ReadSensorRegStr(camera.get(), "FRAME_COUNT", "", &value), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(value, 0x12345678u);
+    EXPECT_EQ(ci_WriteSensorRegStr(camera.get(), "GAIN", "", 0x1FF), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(dev.peek(0x3020), 0x1FFu);
+}
+
 TEST_F(IdentTerms, ChipVersionIsComparedUnderItsMaskAtTheFirstAnsweringBase) {
     parse("terms/alternate.sdat");
     ci_setMode(camera.get(), CI_NACK_RETRIES, 0);
     plug("terms/alternate.sdat", 0x32).poke(0x00, 0x0A37);  // metal revision 0x37 is outside the mask
+    bus.failAt(0x30, CI_I2C_TIMEOUT);
     EXPECT_EQ(_checkSensorMatch(camera.get(), 1), 1);
     EXPECT_EQ(camera->sensor->shipAddr, 0x32u);
+    EXPECT_EQ(_unusedBase(camera.get(), 0x30), 0) << "only a NACK marks a base unused";
+
+    bus.failAt(0x30, CI_CAMERA_SUCCESS);
+    EXPECT_EQ(_checkSensorMatch(camera.get(), 1), 1);
     EXPECT_EQ(_unusedBase(camera.get(), 0x30), 1) << "the base that did not answer is remembered";
     EXPECT_EQ(_unusedBase(camera.get(), 0x32), 0);
 
@@ -31,14 +48,6 @@ TEST_F(IdentTerms, ChipVersionIsComparedUnderItsMaskAtTheFirstAnsweringBase) {
     EXPECT_EQ(bus.transactionsAt(0x30), 0) << "an unused base is not probed again";
 }
 
-TEST_F(IdentTerms, ReadErrorsOtherThanNackDoNotMarkTheBase) {
-    parse("terms/alternate.sdat");
-    plug("terms/alternate.sdat", 0x32);
-    bus.failAt(0x30, CI_I2C_TIMEOUT);
-    EXPECT_EQ(_checkSensorMatch(camera.get(), 1), 1);
-    EXPECT_EQ(_unusedBase(camera.get(), 0x30), 0);
-}
-
 TEST_F(IdentTerms, FullTestNeedsAProbeTermAndAChipVersionRegister) {
     parse("terms/alternate.sdat");
     plug("terms/alternate.sdat");
@@ -46,12 +55,11 @@ TEST_F(IdentTerms, FullTestNeedsAProbeTermAndAChipVersionRegister) {
     camera.ctx()->num_probe_term = 0;
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 0);
     EXPECT_EQ(_checkSensorMatch(camera.get(), 1), 1);
-
     snprintf(camera->sensor->regs[0].unique_desc, sizeof(ci_string), "NOT_THE_VERSION");
     EXPECT_EQ(_checkSensorMatch(camera.get(), 1), 0);
 }
 
-TEST_F(IdentTerms, FuseIdAppearsOnlyAfterTheVersionRegisterWrite) {
+TEST_F(IdentTerms, FuseIdIsReadAfterTheVersionRegisterWrites) {
     parse("terms/fuse.sdat");
     BusDevice& dev = plug("terms/fuse.sdat");
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 0) << "fuse ID still reads 0";
@@ -65,91 +73,84 @@ TEST_F(IdentTerms, FuseIdAppearsOnlyAfterTheVersionRegisterWrite) {
 
     dev.forget(0x32).onWrite(0x30, 0x06, 0x02, 0x32, 0x5C77);
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 0) << "fuse field 0x5C is not a listed value";
+
+    snprintf(camera.ctx()->probe_term[0].version_reg_read[0].regName, sizeof(ci_string), "NO_SUCH_REG");
+    bus.clearLog();
+    EXPECT_EQ(_checkFuseRev(camera.get(), 0), 0);
+    EXPECT_TRUE(writesTo(bus, 0x36, 0x30).empty()) << "nothing is written before the names are checked";
 }
 
 TEST_F(IdentTerms, WaitForPollsUntilTheStatusShowsOrTheTimeOutEnds) {
     parse("terms/fusewait.sdat");
-    BusDevice& dev = plug("terms/fusewait.sdat");
-    dev.onWrite(0x30, 0x01, 0x01, 0x32, 0x1234).onWrite(0x30, 0x01, 0x01, 0x31, 0x01, 3);
+    plug("terms/fusewait.sdat").onWrite(0x30, 0x01, 0x01, 0x32, 0x1234).onWrite(0x30, 0x01, 0x01, 0x31, 0x01, 3);
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
     EXPECT_EQ(readsOf(0x38, 0x31), 3) << "polling stops when the status bit comes up";
 
-    // A status that never comes: (100 + 1) / 10 reads, and the read entries
-    // still decide.
-    BusDevice& slow = plug("terms/fusewait.sdat");
-    slow.onWrite(0x30, 0x01, 0x01, 0x32, 0x1234);
+    // A status that never comes: (100 + 1) / 10 reads, then the read
+    // entries still decide.
+    plug("terms/fusewait.sdat").onWrite(0x30, 0x01, 0x01, 0x32, 0x1234);
     bus.clearLog();
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
     EXPECT_EQ(readsOf(0x38, 0x31), 10);
 }
 
-TEST_F(IdentTerms, FuseTestFailsForAnUnknownReadRegister) {
-    parse("terms/fuse.sdat");
-    plug("terms/fuse.sdat").onWrite(0x30, 0x06, 0x02, 0x32, 0x5A77);
-    snprintf(camera.ctx()->probe_term[0].version_reg_read[0].regName, sizeof(ci_string), "NO_SUCH_REG");
-    EXPECT_EQ(_checkFuseRev(camera.get(), 0), 0);
-    EXPECT_TRUE(writesTo(bus, 0x36, 0x30).empty()) << "nothing is written before the names are checked";
-}
-
-TEST_F(IdentTerms, SecondProbeTermMatchesWhenTheFirstDoesNot) {
+TEST_F(IdentTerms, ExtraDescriptorTermsAreAlternatives) {
     parse("terms/ormatch.sdat");
     ASSERT_EQ(camera.ctx()->num_probe_term, 2);
     BusDevice& dev = plug("terms/ormatch.sdat");
-    dev.poke(0x02, 0x03);
-    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
-    dev.poke(0x02, 0x04);
-    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 0);
-    dev.poke(0x02, 0x01);
-    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1) << "the documented reset value fits too";
-}
+    for (const auto& [revision, match] : {std::pair{0x03, 1}, {0x04, 0}, {0x01, 1}}) {
+        dev.poke(0x02, revision);  // 1 is the documented reset value: a later term fits it
+        EXPECT_EQ(_checkSensorMatch(camera.get(), 0), match) << revision;
+    }
 
-TEST_F(IdentTerms, ExtraDescriptorMaskDefaultsToTheRegisterMask) {
-    parse("terms/ormatch.sdat");
-    plug("terms/ormatch.sdat").poke(0x02, 0x21);
+    // Without a mask of its own the term uses the register's, for good.
+    dev.poke(0x02, 0x21);
     _probe_term_t* term = &camera.ctx()->probe_term[0];
     term->extra_desc_mask = 0;
     term->num_extra_desc_val = 1;
     term->extra_desc_val[0] = 0x21;
     EXPECT_EQ(_checkExtraDescr(camera.get(), 0), 1);
-    EXPECT_EQ(term->extra_desc_mask, 0xFFu) << "replaced for good by REVISION's mask";
+    EXPECT_EQ(term->extra_desc_mask, 0xFFu);
 }
 
-TEST_F(IdentTerms, SensorFoundStreamingIsResetBeforeTheTermIsTested) {
+TEST_F(IdentTerms, StreamingSensorIsResetBeforeTheTermAndAgainWhenRefused) {
     parse("terms/resetif.sdat");
     BusDevice& sensor = plug("terms/resetif.sdat");
-    bus.addDevice(0x50, 8, 16).seed(0x00, 0x42);
-    sensor.poke(0x10, 1);
-    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
-    EXPECT_EQ(bus.resetPulses(), 1);
-    EXPECT_EQ(sensor.peek(0x10), 0u);
-
-    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
-    EXPECT_EQ(bus.resetPulses(), 1) << "a sensor at rest is not reset";
-}
-
-TEST_F(IdentTerms, RefusedSensorIsResetOnceMoreAfterTheTerms) {
-    parse("terms/resetif.sdat");
-    plug("terms/resetif.sdat").poke(0x10, 1);  // no companion device at 0x50
+    sensor.poke(0x10, 1);  // no companion device at 0x50 yet
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 0);
     EXPECT_EQ(bus.resetPulses(), 2);
+
+    bus.addDevice(0x50, 8, 16).seed(0x00, 0x42);
+    _resetBaseMap(camera.get());  // 0x50 was marked silent
+    sensor.poke(0x10, 1);
+    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
+    EXPECT_EQ(bus.resetPulses(), 3);
+    EXPECT_EQ(sensor.peek(0x10), 0u);
+    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
+    EXPECT_EQ(bus.resetPulses(), 3) << "a sensor at rest is not reset";
 }
 
-TEST_F(IdentTerms, OtherDevicesOnTheBus) {
-    parse("terms/alternate.sdat");
-    plug("terms/alternate.sdat");
-    ci_setMode(camera.get(), CI_NACK_RETRIES, 0);
-    _probe_term_t* term = &camera.ctx()->probe_term[0];
-    term->num_serial_match = 1;
-    _extraSerialMatch* e = &term->extra_serial_match[0];
-    *e = _extraSerialMatch{0x60, 0x0102, 16, 8, 0xF0, 2, {0x3, 0x5}};
+class SerialMatch : public IdentTest {
+protected:
+    void SetUp() override {
+        parse("terms/alternate.sdat");
+        plug("terms/alternate.sdat");
+        ci_setMode(camera.get(), CI_NACK_RETRIES, 0);
+        term().num_serial_match = 1;
+    }
+    _probe_term_t& term() { return camera.ctx()->probe_term[0]; }
+    int check() { return _checkExtraSerialMatch(camera.get(), 0); }
+};
 
-    EXPECT_EQ(_checkExtraSerialMatch(camera.get(), 0), 0) << "a device is required and none answers";
+TEST_F(SerialMatch, AnotherDeviceMustAnswerWithAListedValue) {
+    term().extra_serial_match[0] = _extraSerialMatch{0x60, 0x0102, 16, 8, 0xF0, 2, {0x3, 0x5}};
+    EXPECT_EQ(check(), 0) << "a device is required and none answers";
     EXPECT_EQ(_unusedBase(camera.get(), 0x60), 1);
     _resetBaseMap(camera.get());
 
     bus.addDevice(0x60, 16, 8).seed(0x0102, 0x5A);
     bus.clearLog();
-    EXPECT_EQ(_checkExtraSerialMatch(camera.get(), 0), 1) << "field 5 under 0xF0";
+    EXPECT_EQ(check(), 1) << "field 5 under 0xF0";
     ASSERT_EQ(bus.log().size(), 1u);
     EXPECT_EQ(bus.log()[0].addrBits, 16u);
     EXPECT_EQ(bus.log()[0].dataBits, 8u);
@@ -157,39 +158,37 @@ TEST_F(IdentTerms, OtherDevicesOnTheBus) {
     EXPECT_EQ(mode(CI_REG_DATA_SIZE), 8u);
 
     bus.device(0x60)->poke(0x0102, 0x4A);
-    EXPECT_EQ(_checkExtraSerialMatch(camera.get(), 0), 0);
-
+    EXPECT_EQ(check(), 0);
     bus.failAt(0x60, CI_I2C_BIT_ERROR);
     bus.device(0x60)->poke(0x0102, 0x5A);
-    EXPECT_EQ(_checkExtraSerialMatch(camera.get(), 0), 0) << "a bus error is no answer either way";
+    EXPECT_EQ(check(), 0) << "a bus error is no answer either way";
     EXPECT_EQ(_unusedBase(camera.get(), 0x60), 0);
 }
 
-TEST_F(IdentTerms, DataSizeZeroDemandsThatNothingAnswers) {
-    parse("terms/alternate.sdat");
-    plug("terms/alternate.sdat");
-    _probe_term_t* term = &camera.ctx()->probe_term[0];
-    term->num_serial_match = 1;
-    term->extra_serial_match[0] = _extraSerialMatch{0x90, 0x00, 8, 0, 0xFF, 1, {0}};
-
+TEST_F(SerialMatch, DataSizeZeroDemandsThatNothingAnswers) {
+    term().extra_serial_match[0] = _extraSerialMatch{0x90, 0x00, 8, 0, 0xFF, 1, {0}};
     bus.addDevice(0x90, 8, 16);
-    EXPECT_EQ(_checkExtraSerialMatch(camera.get(), 0), 0);
+    EXPECT_EQ(check(), 0);
     ASSERT_FALSE(bus.log().empty());
     EXPECT_EQ(bus.log().back().dataBits, 16u) << "data size 0 reads 16 bits";
 
     bus.removeDevice(0x90);
-    EXPECT_EQ(_checkExtraSerialMatch(camera.get(), 0), 1);
+    EXPECT_EQ(check(), 1);
     const int probes = bus.transactionsAt(0x90);
-    EXPECT_EQ(_checkExtraSerialMatch(camera.get(), 0), 1);
+    EXPECT_EQ(check(), 1);
     EXPECT_EQ(bus.transactionsAt(0x90), probes) << "the silent base is not asked again";
 }
 
-TEST_F(IdentTerms, CompanionBoardRefusesTheSensorAndIsArmed) {
+TEST_F(IdentTerms, CompanionBoardRefusesItsSensorKindAndIsArmed) {
+    parse("terms/alternate.sdat");  // another kind of sensor: the board is not looked at
+    plug("terms/alternate.sdat");
+    BusDevice& board = bus.addDevice(0xE0, 8, 16).seed(0x00, 0x8212).seed(0x10, 0x0000);
+    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
+    EXPECT_EQ(bus.transactionsAt(0xE0), 0);
+
+    _freeSensor(camera.get());
     parse("terms/companion.sdat");
     BusDevice& sensor = plug("terms/companion.sdat");
-    EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1) << "no companion board";
-
-    BusDevice& board = bus.addDevice(0xE0, 8, 16).seed(0x00, 0x8212).seed(0x10, 0x0000);
     ci_setMode(camera.get(), CI_REG_ADDR_SIZE, 16);
     ci_setMode(camera.get(), CI_REG_DATA_SIZE, 8);
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 0);
@@ -203,89 +202,65 @@ TEST_F(IdentTerms, CompanionBoardRefusesTheSensorAndIsArmed) {
 
     board.poke(0x00, 0x8213);
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1) << "another board at 0xE0 is no companion";
-}
-
-TEST_F(IdentTerms, CompanionBoardOnlyConcernsItsSensorKind) {
-    parse("terms/alternate.sdat");
-    plug("terms/alternate.sdat");
-    bus.addDevice(0xE0, 8, 16).seed(0x00, 0x8212);
+    bus.removeDevice(0xE0);
     EXPECT_EQ(_checkSensorMatch(camera.get(), 0), 1);
-    EXPECT_EQ(bus.transactionsAt(0xE0), 0);
 }
 
 TEST_F(IdentTerms, DetectSensorBaseAddrFollowsTheSensorToAnotherBase) {
+    EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), 1) << "no sensor";
     parse("terms/alternate.sdat");
     plug("terms/alternate.sdat");
     ASSERT_EQ(_checkSensorMatch(camera.get(), 1), 1);
     ASSERT_EQ(camera->sensor->shipAddr, 0x30u);
     ci_setMode(camera.get(), CI_USE_REG_CACHE, 1);
 
-    EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), 0);
-    EXPECT_EQ(camera->sensor->shipAddr, 0x30u);
+    // Where the sensor answers: 0x30 (stays), 0x32, back to 0x30, nowhere.
+    const struct {
+        ci_u32 at;
+        int result;
+        ci_u32 expected;
+    } steps[] = {{0x30, 0, 0x30}, {0x32, 0, 0x32}, {0x30, 0, 0x30}, {0, 1, 0x30}};
+    for (const auto& step : steps) {
+        bus.removeDevice(0x30);
+        bus.removeDevice(0x32);
+        if (step.at != 0) plug("terms/alternate.sdat", step.at);
+        EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), step.result) << step.at;
+        EXPECT_EQ(camera->sensor->shipAddr, step.expected) << "the base it had before, not the last one tried";
+        EXPECT_EQ(mode(CI_USE_REG_CACHE), 1u) << "the cache setting is restored";
+    }
 
-    bus.removeDevice(0x30);
-    plug("terms/alternate.sdat", 0x32);
-    EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), 0);
-    EXPECT_EQ(camera->sensor->shipAddr, 0x32u);
-    EXPECT_EQ(mode(CI_USE_REG_CACHE), 1u) << "the cache setting is restored";
-
-    bus.removeDevice(0x32);
-    plug("terms/alternate.sdat", 0x30);
-    EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), 0);
-    EXPECT_EQ(camera->sensor->shipAddr, 0x30u);
-
-    bus.removeDevice(0x30);
-    EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), 1);
-    EXPECT_EQ(camera->sensor->shipAddr, 0x30u) << "the base it had before, not the last one tried";
-    EXPECT_EQ(mode(CI_USE_REG_CACHE), 1u);
-}
-
-TEST_F(IdentTerms, DetectSensorBaseAddrNeedsAChipVersionRegister) {
-    EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), 1) << "no sensor";
-    parse("terms/alternate.sdat");
     snprintf(camera->sensor->regs[0].unique_desc, sizeof(ci_string), "VERSION");
-    EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), 1);
+    plug("terms/alternate.sdat", 0x30);
+    EXPECT_EQ(ci_DetectSensorBaseAddr(camera.get()), 1) << "no chip version register";
 }
 
-class PartNumbers : public IdentTest {
-protected:
-    void SetUp() override {
-        parse("terms/parts.sdat");
-        sensor = &plug("terms/parts.sdat");
-        board = &bus.addDevice(0xA0, 16, 8);
-        ci_setMode(camera.get(), CI_REG_ADDR_SIZE, 16);
-        ci_setMode(camera.get(), CI_REG_DATA_SIZE, 16);
-    }
-    std::string detect() {
-        EXPECT_EQ(ci_DetectPartNumber(camera.get()), 0);
-        EXPECT_EQ(mode(CI_REG_ADDR_SIZE), 16u);
-        EXPECT_EQ(mode(CI_REG_DATA_SIZE), 16u);
-        return camera->sensor->partNumber;
-    }
-    BusDevice* sensor = nullptr;
-    BusDevice* board = nullptr;
-};
-
-TEST_F(PartNumbers, SensorRegisterPicksTheVariant) {
+// parts.sdat lists "CKT-100C" (a device at 0xA0 reads 0x77), "CKT-100B"
+// (sensor register VARIANT field 2 or 3) and the default "CKT-100".
+TEST_F(IdentTerms, PartNumberVariants) {
+    parse("terms/parts.sdat");
     ASSERT_STREQ(camera->sensor->partNumber, "CKT-100C") << "the parser keeps the first";
-    sensor->poke(0x05, 0x35);
-    EXPECT_EQ(detect(), "CKT-100B");
-}
-
-TEST_F(PartNumbers, DeviceOnTheBusPicksTheVariantWithItsOwnSizes) {
-    board->seed(0x10, 0x77);
-    sensor->poke(0x05, 0x20);
-    bus.clearLog();
-    EXPECT_EQ(detect(), "CKT-100C");
-    EXPECT_EQ(readsOf(0x46, 0x05), 0) << "the walk stops at the first match";
-    ASSERT_GE(bus.transactionsAt(0xA0), 1);
-    EXPECT_EQ(bus.log()[0].addrBits, 16u);
-    EXPECT_EQ(bus.log()[0].dataBits, 8u);
-}
-
-TEST_F(PartNumbers, DefaultEntryWhenNothingMatches) {
-    board->seed(0x10, 0x76);
-    EXPECT_EQ(detect(), "CKT-100");
+    BusDevice& sensor = plug("terms/parts.sdat");
+    BusDevice& board = bus.addDevice(0xA0, 16, 8);
+    ci_setMode(camera.get(), CI_REG_ADDR_SIZE, 16);
+    ci_setMode(camera.get(), CI_REG_DATA_SIZE, 16);
+    const struct {
+        ci_u32 boardValue, variant;
+        const char* expected;
+        int variantReads;
+    } rows[] = {{0x00, 0x35, "CKT-100B", 1}, {0x77, 0x20, "CKT-100C", 0}, {0x76, 0x00, "CKT-100", 1}};
+    for (const auto& row : rows) {
+        board.seed(0x10, row.boardValue);
+        sensor.poke(0x05, row.variant);
+        bus.clearLog();
+        EXPECT_EQ(ci_DetectPartNumber(camera.get()), 0);
+        EXPECT_STREQ(camera->sensor->partNumber, row.expected);
+        EXPECT_EQ(readsOf(0x46, 0x05), row.variantReads) << "the walk stops at the first match";
+        EXPECT_EQ(mode(CI_REG_ADDR_SIZE), 16u) << "the caller's sizes are restored";
+        EXPECT_EQ(mode(CI_REG_DATA_SIZE), 16u);
+        ASSERT_GE(bus.transactionsAt(0xA0), 1);
+        EXPECT_EQ(bus.log()[0].addrBits, 16u) << "the device is read with its own sizes";
+        EXPECT_EQ(bus.log()[0].dataBits, 8u);
+    }
 }
 
 TEST_F(IdentTerms, SinglePartNumberIsKeptAsParsed) {

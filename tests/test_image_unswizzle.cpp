@@ -47,20 +47,27 @@ protected:
     }
 };
 
-TEST_F(Unswizzle, TenBitsFromEightBitDoubleClocks) {
-    configure(CI_BAYER_10, 8, 2, 1, 1);
-    EXPECT_EQ(sample16(run(bytes({0xAB, 0x03})), 0), 0x2AF);
-    configure(CI_BAYER_10_IHDR, 8, 2, 1, 1);
-    EXPECT_EQ(sample16(run(bytes({0xFF, 0xFC})), 0), 0x3FC) << "only bits 1-0 of byte 1 count";
-}
-
-TEST_F(Unswizzle, SamplesAtEachDepth) {
-    configure(CI_BAYER_12, 8, 2, 1, 1);
-    EXPECT_EQ(sample16(run(bytes({0xAB, 0x06})), 0), 0xAB9);
-    configure(CI_BAYER_14, 14, 1, 1, 1);
-    EXPECT_EQ(sample16(run(bytes({0xAB, 0x1B})), 0), 0x2AF9);
-    configure(CI_BAYER_16, 16, 1, 1, 1);
-    EXPECT_EQ(sample16(run(bytes({0xAB, 0x1B})), 0), 0xABE4) << "the four groups of byte 1 reversed";
+// One pixel of two bytes per layout: swizzled (byte 0 the top 8 bits, the
+// 2-bit groups of byte 1 the low bits in reverse order) or MSB-aligned.
+TEST_F(Unswizzle, OnePixelAtEachDepth) {
+    const struct {
+        int mode;
+        ci_image_types type;
+        ci_u32 bitsPerClock, clocksPerPixel;
+        int b0, b1;
+        ci_u16 expected;
+    } rows[] = {
+        {1, CI_BAYER_10, 8, 2, 0xAB, 0x03, 0x2AF},        {1, CI_BAYER_10_IHDR, 8, 2, 0xFF, 0xFC, 0x3FC},
+        {1, CI_BAYER_12, 8, 2, 0xAB, 0x06, 0xAB9},        {1, CI_BAYER_14, 14, 1, 0xAB, 0x1B, 0x2AF9},
+        {1, CI_BAYER_16, 16, 1, 0xAB, 0x1B, 0xABE4},      {2, CI_BAYER_10, 8, 2, 0xC0, 0xAB, 0x2AF},
+        {2, CI_BAYER_12, 8, 2, 0xF0, 0xAB, 0xABF},        {2, CI_BAYER_14, 14, 1, 0xFC, 0xAB, 0x2AFF},
+        {2, CI_BAYER_16, 16, 1, 0x34, 0x12, 0x1234},
+    };
+    for (const auto& r : rows) {
+        ctx()->do_sw_unswizzle = r.mode;
+        configure(r.type, r.bitsPerClock, r.clocksPerPixel, 1, 1);
+        EXPECT_EQ(sample16(run(bytes({r.b0, r.b1})), 0), r.expected) << "mode " << r.mode << " type " << r.type;
+    }
 }
 
 TEST_F(Unswizzle, WholeFramesMatchTheLayoutsAtEveryDepth) {
@@ -84,20 +91,6 @@ TEST_F(Unswizzle, WholeFramesMatchTheLayoutsAtEveryDepth) {
     }
 }
 
-TEST_F(Unswizzle, MsbAlignedSamplesAreOnlyShifted) {
-    ctx()->do_sw_unswizzle = 2;
-    configure(CI_BAYER_10, 8, 2, 1, 1);
-    EXPECT_EQ(sample16(run(bytes({0xC0, 0xAB})), 0), 0x2AF);
-    configure(CI_BAYER_12, 8, 2, 1, 1);
-    EXPECT_EQ(sample16(run(bytes({0xF0, 0xAB})), 0), 0xABF);
-    configure(CI_BAYER_14, 14, 1, 1, 1);
-    EXPECT_EQ(sample16(run(bytes({0xFC, 0xAB})), 0), 0x2AFF);
-    configure(CI_BAYER_16, 16, 1, 40, 1);
-    std::vector<ci_u8> frame(80);
-    for (size_t i = 0; i < frame.size(); i++) frame[i] = (ci_u8)(i * 7);
-    EXPECT_EQ(run(frame), frame);
-}
-
 TEST_F(Unswizzle, TenBitClockPairsAreMergedIntoTwentyBits) {
     configure(CI_BAYER_20, 10, 2, 1, 1);
     ASSERT_EQ(sensor()->pixelBytes, 4u);
@@ -106,15 +99,13 @@ TEST_F(Unswizzle, TenBitClockPairsAreMergedIntoTwentyBits) {
     EXPECT_EQ(word32(run(bytes({0xC0, 0xAB, 0x80, 0x12})), 0), (0x4Au << 10) | 0x2AFu);
 }
 
-TEST_F(Unswizzle, OtherDepthsAreLeftAlone) {
-    configure(CI_YCBCR, 8, 2, 3, 2);
+TEST_F(Unswizzle, OtherDepthsAndASpareLastByteAreLeftAlone) {
     const std::vector<ci_u8> frame = bytes({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
+    configure(CI_YCBCR, 8, 2, 3, 2);
     EXPECT_EQ(run(frame), frame);
     configure(CI_BAYER_8, 8, 1, 12, 1);
     EXPECT_EQ(run(frame), frame);
-}
 
-TEST_F(Unswizzle, OddFrameLengthLeavesTheLastByte) {
     configure(CI_BAYER_10, 10, 1, 3, 1);
     sensor()->pixelBytes = 1;  // 3 bytes: one pair and a spare byte
     const std::vector<ci_u8> out = run(bytes({0xAB, 0x03, 0x77}));
@@ -135,27 +126,24 @@ TEST_F(Unswizzle, WithoutSoftwareUnswizzlingOnlyDeepBayerIsMerged) {
 
 using DeepBayer = ImageTest;
 
-TEST_F(DeepBayer, SixteenBitClockPairs) {
-    configure(CI_BAYER_16, 16, 2, 1, 1);
-    std::vector<ci_u8> frame(4);
-    const ci_u32 word = 0xA1234567;
-    memcpy(frame.data(), &word, 4);
-    _mergeDeepBayer(camera.get(), frame.data());
-    EXPECT_EQ(word32(frame, 0), 0x4567Au);
-}
-
-TEST_F(DeepBayer, OnlyDoubleClockedBayerData) {
-    const ci_u32 word = 0x02AB0155;
+TEST_F(DeepBayer, OnlyDoubleClockedBayerPairsAreMerged) {
     std::vector<ci_u8> frame(4);
     const struct {
         ci_image_types type;
         ci_u32 bitsPerClock, clocksPerPixel;
-    } untouched[] = {{CI_YCBCR_10, 10, 2}, {CI_BAYER_10, 10, 1}, {CI_BAYER_12, 12, 2}};
-    for (const auto& c : untouched) {
-        configure(c.type, c.bitsPerClock, c.clocksPerPixel, 1, 1);
+        ci_u32 expected;
+    } rows[] = {
+        {CI_BAYER_16, 16, 2, 0x4567Au},  // (high 16 bits << 4) | low 4 bits
+        {CI_YCBCR_10, 10, 2, 0xA1234567u},
+        {CI_BAYER_10, 10, 1, 0xA1234567u},
+        {CI_BAYER_12, 12, 2, 0xA1234567u},
+    };
+    for (const auto& r : rows) {
+        configure(r.type, r.bitsPerClock, r.clocksPerPixel, 1, 1);
+        const ci_u32 word = 0xA1234567;
         memcpy(frame.data(), &word, 4);
         _mergeDeepBayer(camera.get(), frame.data());
-        EXPECT_EQ(word32(frame, 0), word) << c.type;
+        EXPECT_EQ(word32(frame, 0), r.expected) << r.type;
     }
 }
 
@@ -171,16 +159,14 @@ protected:
     std::vector<ci_u8> frame;
 };
 
-TEST_F(RepackLsbAligned, LowBytesAreMovedToTheFront) {
+TEST_F(RepackLsbAligned, LowBytesAreMovedToTheFrontUpToTheBufferSize) {
+    std::vector<ci_u8> capped = frame;
     _repackLsbAligned8(camera.get(), frame.data());
-    EXPECT_EQ(std::vector<ci_u8>(frame.begin(), frame.begin() + 6), bytes({0x11, 0x22, 0x33, 0x44, 0x55, 0x66}));
-    EXPECT_EQ(frame[6], 0x44) << "bytes past the samples are not cleared";
-}
-
-TEST_F(RepackLsbAligned, CountIsCappedByTheBuffer) {
+    EXPECT_EQ(std::vector<ci_u8>(frame.begin(), frame.begin() + 7), bytes({0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x44}))
+        << "bytes past the samples are not cleared";
     sensor()->bufferSize = 6;
-    _repackLsbAligned8(camera.get(), frame.data());
-    EXPECT_EQ(std::vector<ci_u8>(frame.begin(), frame.begin() + 4), bytes({0x11, 0x22, 0x33, 0xA1}));
+    _repackLsbAligned8(camera.get(), capped.data());
+    EXPECT_EQ(std::vector<ci_u8>(capped.begin(), capped.begin() + 4), bytes({0x11, 0x22, 0x33, 0xA1}));
 }
 
 TEST_F(RepackLsbAligned, JpegUsesTheSpoofSize) {
@@ -194,17 +180,13 @@ TEST_F(RepackLsbAligned, JpegUsesTheSpoofSize) {
 
 TEST_F(RepackLsbAligned, OnlyForNarrowParallelLsbAlignedData) {
     const std::vector<ci_u8> original = frame;
-    ctx()->lsbAligned = 0;
-    _repackLsbAligned8(camera.get(), frame.data());
-    EXPECT_EQ(frame, original);
-    ctx()->lsbAligned = 1;
-    ctx()->rxType = CI_RX_MIPI;
-    _repackLsbAligned8(camera.get(), frame.data());
-    EXPECT_EQ(frame, original);
-    ctx()->rxType = CI_RX_PARALLEL;
-    ctx()->bitsPerClock = 9;
-    _repackLsbAligned8(camera.get(), frame.data());
-    EXPECT_EQ(frame, original);
+    for (int variant = 0; variant < 3; variant++) {
+        ctx()->lsbAligned = variant == 0 ? 0 : 1;
+        ctx()->rxType = variant == 1 ? CI_RX_MIPI : CI_RX_PARALLEL;
+        ctx()->bitsPerClock = variant == 2 ? 9 : 8;
+        _repackLsbAligned8(camera.get(), frame.data());
+        EXPECT_EQ(frame, original) << variant;
+    }
 }
 
 }  // namespace

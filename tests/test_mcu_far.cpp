@@ -14,6 +14,12 @@ size_t readsAt(const McuSim& sim, ci_u32 addr) {
     return n;
 }
 
+// The bus-master registers written: transmit words 0 and 1, byte count, control.
+using Traffic = std::vector<std::vector<ci_u32>>;
+Traffic masterWrites(const McuSim& sim) {
+    return {sim.writesTo(TX), sim.writesTo(TX + 2), sim.writesTo(COUNT), sim.writesTo(CTL)};
+}
+
 std::vector<ci_u32> map(McuCamera& c) {
     const ci_u32* m = c.shared()->farBaseMap;
     return {m[0], m[1], m[2], m[3]};
@@ -48,10 +54,10 @@ TEST(McuFarProbe, SixteenBitMasterMarksTheDevicesThatAnswer) {
     ASSERT_EQ(c.sim.probedBases().size(), 127u);
     EXPECT_EQ(c.sim.probedBases().front(), 2u);
     EXPECT_EQ(c.sim.probedBases().back(), 254u);
-    EXPECT_EQ(c.sim.writesTo(McuSim::kAdvBase).front(), 0x9u);  // page 0x94000
-    EXPECT_EQ(c.sim.writesTo(0xE006).front(), 2u);
-    EXPECT_EQ(c.sim.writesTo(0xE00A).front(), 0u);
-    EXPECT_EQ(c.sim.writesTo(0xE002).front(), 0x11u);
+    // Page 0x94000; the first base, data count and start of the 16-bit master.
+    std::vector<ci_u32> first;
+    for (ci_u32 reg : {McuSim::kAdvBase, 0xE006u, 0xE00Au, 0xE002u}) first.push_back(c.sim.writesTo(reg).at(0));
+    EXPECT_EQ(first, (std::vector<ci_u32>{0x9, 2, 0, 0x11}));
     EXPECT_EQ(readsAt(c.sim, 0xE002), 127u * 3u);  // two busy polls, then done
     EXPECT_EQ(_testFarBase(c, 0x90), 0);
     EXPECT_EQ(_testFarBase(c, 0x92), CI_I2C_NACK_ERROR);
@@ -94,17 +100,12 @@ TEST(McuFarReg, BusMasterTransactionsCarryAddressThenDataMsbFirst) {
     ci_u32 v = 0;
     ASSERT_EQ(ci_ReadSensorRegStr(c, "FAR_GAIN", "", &v), 0);
     EXPECT_EQ(v, 0xBEEFu);
-    EXPECT_EQ(c.sim.writesTo(TX), (std::vector<ci_u32>{0x1200}));
-    EXPECT_EQ(c.sim.writesTo(COUNT), (std::vector<ci_u32>{1}));
-    EXPECT_EQ(c.sim.writesTo(CTL), (std::vector<ci_u32>{0x9023}));  // base, 2 bytes back, read, start
+    EXPECT_EQ(masterWrites(c.sim), (Traffic{{0x1200}, {}, {1}, {0x9023}}));  // control: base, 2 bytes back, read, start
 
     c.sim.clearLog();
     ASSERT_EQ(ci_WriteFarReg(c, CI_FAR1_REG_ADDR, 0x12, 0x1234), 0);
     EXPECT_EQ(c.sim.far(0x90, 0x12, 2), 0x1234u);
-    EXPECT_EQ(c.sim.writesTo(TX), (std::vector<ci_u32>{0x1212}));
-    EXPECT_EQ(c.sim.writesTo(TX + 2), (std::vector<ci_u32>{0x3400}));
-    EXPECT_EQ(c.sim.writesTo(COUNT), (std::vector<ci_u32>{3}));
-    EXPECT_EQ(c.sim.writesTo(CTL), (std::vector<ci_u32>{0x9001}));
+    EXPECT_EQ(masterWrites(c.sim), (Traffic{{0x1212}, {0x3400}, {3}, {0x9001}}));
 
     c.sim.setFar(0x90, 0x30, 4, 0x01020304);  // two far words: four bytes in one transaction
     c.sim.clearLog();
@@ -114,8 +115,7 @@ TEST(McuFarReg, BusMasterTransactionsCarryAddressThenDataMsbFirst) {
 
     ci_u32 vals[2] = {};
     ASSERT_EQ(ci_ReadFarRegs(c, CI_FAR1_REG_ADDR, 0x12, 2, vals), 0);
-    EXPECT_EQ(vals[0], 0x1234u);
-    EXPECT_EQ(vals[1], 0x3400u);
+    EXPECT_EQ((std::vector<ci_u32>{vals[0], vals[1]}), (std::vector<ci_u32>{0x1234, 0x3400}));
 }
 
 TEST(McuFarReg, FailuresComeFromTheProbeMapTheBusOrTheSensor) {
@@ -150,14 +150,10 @@ TEST(McuFarReg, TransportSystemRegistersAndBatchedFarReads) {
     EXPECT_EQ(_ReadSensorRegs_FarOnlyNoLock(c, 3, regs, vals, results), 0);
     _releaseRegisterLock(c);
     EXPECT_EQ(vals[0], 0xBEEFu);
-    EXPECT_EQ(results[0], 0);
-    EXPECT_EQ(results[1], 99);
+    EXPECT_EQ((std::vector<ci_error_code>{results[0], results[1]}), (std::vector<ci_error_code>{0, 99}));
     ASSERT_EQ(c.sim.log().size(), 1u);
     const McuSim::Transfer& t = c.sim.log()[0];
-    EXPECT_EQ(t.kind, McuSim::System);
-    EXPECT_EQ(t.type, CI_FAR1_REG_ADDR);
-    EXPECT_EQ(t.space, 0x90u);
-    EXPECT_EQ(t.bits, 16u);
+    EXPECT_TRUE(t.kind == McuSim::System && t.type == CI_FAR1_REG_ADDR && t.space == 0x90 && t.bits == 16);
 }
 
 }  // namespace

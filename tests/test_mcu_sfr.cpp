@@ -10,43 +10,33 @@ using Writes = std::vector<std::pair<ci_u32, ci_u32>>;
 constexpr ci_u32 A = McuSim::kAddr, D = McuSim::kData, P = McuSim::kPhys, C = McuSim::kCtl;
 constexpr ci_u32 ADV_HI = McuSim::kAdvBase, ADV_LO = McuSim::kAdvBase + 2;
 
-std::vector<McuSim::Transfer> rawReads(const McuSim& sim) {
-    std::vector<McuSim::Transfer> out;
-    for (const auto& t : sim.log()) {
-        if (t.kind == McuSim::Raw && !t.write) out.push_back(t);
-    }
-    return out;
-}
-
 TEST(McuSfr, IndirectStylesSelectThePhysicalAddress) {
-    McuCamera s44(44);
-    s44.sim.clearLog();
-    ASSERT_EQ(ci_WriteSfr(s44, 0, 0x9234, 2, 0xCAFE), 0);
-    EXPECT_EQ(s44.sim.writes(), (Writes{{C, 1}, {P, 0x1234}, {D, 0xCAFE}}));
-    EXPECT_EQ(s44.sim.sfr(0, 0x9234, 2), 0xCAFEu);
-    ASSERT_EQ(ci_WriteSfr(s44, 0, 0x0200, 4, 0x12345678), 0);
-    EXPECT_EQ(s44.sim.sfr(0, 0x0200, 4), 0x12345678u);
-    ci_u32 v = 0;
-    ASSERT_EQ(ci_ReadSfr(s44, 0, 0x9234, 2, &v), 0);
-    EXPECT_EQ(v, 0xCAFEu);
-
-    McuCamera s54(54);
-    s54.sim.clearLog();
-    ASSERT_EQ(ci_WriteSfr(s54, 2, 0x0100, 1, 0x5A), 0);
-    const Writes w = s54.sim.writes();
-    ASSERT_GE(w.size(), 3u);
-    EXPECT_EQ(Writes(w.begin(), w.begin() + 3), (Writes{{C, 0x80}, {P, 0x8100}, {D, 0x5A00}}));
-    EXPECT_EQ(s54.sim.writesTo(P).back() & 0x8000, 0u);  // byte access left again
-    EXPECT_EQ(s54.sim.sfr(2, 0x0100, 1), 0x5Au);
-    s54.sim.setSfr(2, 0x0101, 1, 0xA5);
-    ASSERT_EQ(ci_ReadSfr(s54, 2, 0x0101, 1, &v), 0);
-    EXPECT_EQ(v, 0xA5u);
-
-    McuCamera s16(16);
-    s16.sim.clearLog();
-    ASSERT_EQ(ci_WriteSfr(s16, 0, 0x0456, 1, 0x77), 0);
-    EXPECT_EQ(s16.sim.writes(), (Writes{{A, 0x8456}, {D, 0x77}}));
-    EXPECT_EQ(s16.sim.sfr(0, 0x0456, 1), 0x77u);
+    struct Case {
+        int style;
+        ci_u32 space, offset;
+        int width;
+        ci_u32 value;
+        Writes traffic;
+    };
+    const Case cases[] = {{44, 0, 0x9234, 2, 0xCAFE, {{C, 1}, {P, 0x1234}, {D, 0xCAFE}}},
+                          {44, 0, 0x0200, 4, 0x12345678, {{C, 0}, {P, 0x0200}, {D, 0x1234}}},
+                          {54, 2, 0x0100, 1, 0x5A, {{C, 0x80}, {P, 0x8100}, {D, 0x5A00}}},
+                          {16, 0, 0x0456, 1, 0x77, {{A, 0x8456}, {D, 0x77}}}};
+    for (const Case& k : cases) {
+        SCOPED_TRACE(k.style);
+        McuCamera c(k.style);
+        c.sim.clearLog();
+        ASSERT_EQ(ci_WriteSfr(c, k.space, k.offset, k.width, k.value), 0);
+        const Writes w = c.sim.writes();
+        ASSERT_GE(w.size(), k.traffic.size());
+        EXPECT_EQ(Writes(w.begin(), w.begin() + (long)k.traffic.size()), k.traffic);
+        EXPECT_EQ(c.sim.sfr(k.space, k.offset, k.width), k.value);
+        c.sim.setSfr(k.space, k.offset, k.width, k.value ^ 0x11);
+        EXPECT_EQ(c.readSfr(k.space, k.offset, k.width), k.value ^ 0x11);
+        if (k.style == 54) {
+            EXPECT_EQ(c.sim.writesTo(P).back() & 0x8000, 0u);  // byte access left again
+        }
+    }
 }
 
 TEST(McuSfr, BurstsChunkAtSixteenBytesWithTheControlWordEachTime) {
@@ -100,7 +90,10 @@ TEST(McuSfr, AdvancedBaseWindowPagesIn4KiB) {
     ci_u32 vals[8] = {};
     c.sim.clearLog();
     ASSERT_EQ(ci_ReadSfrs(c, 0, 0x1FF8, 0x2018, 4, vals), 0);
-    const auto reads = rawReads(c.sim);
+    std::vector<McuSim::Transfer> reads;
+    for (const auto& t : c.sim.log()) {
+        if (t.kind == McuSim::Raw && !t.write) reads.push_back(t);
+    }
     ASSERT_EQ(reads.size(), 2u);
     EXPECT_EQ(reads[0].addr, 0xEFF8u);
     EXPECT_EQ(reads[0].values.size(), 2u);
@@ -122,9 +115,7 @@ TEST(McuSfr, AdvancedBaseWindowPagesIn4KiB) {
 }
 
 TEST(McuSfr, SuccessfulAccessesAreCachedPerSpace) {
-    SensorBuilder b = McuSim::sensor(55);
-    b.reg("S1", 0x8010, 0xFFFF).in("SFR1").reg("S2", 0x8010, 0xFFFF).in("SFR2");
-    McuCamera c(55, b);
+    McuCamera c(55, McuSim::sensor(55).reg("S1", 0x8010, 0xFFFF).in("SFR1").reg("S2", 0x8010, 0xFFFF).in("SFR2"));
     c.cam.useCache(1);
     ASSERT_EQ(ci_WriteSfr(c, 1, 0x8010, 2, 0x1111), 0);
     ASSERT_EQ(ci_WriteSfr(c, 2, 0x8010, 2, 0x2222), 0);
@@ -132,8 +123,7 @@ TEST(McuSfr, SuccessfulAccessesAreCachedPerSpace) {
     ci_u32 v = 0;
     ASSERT_EQ(ci_ReadSensorRegStr(c, "S1", "", &v), 0);
     EXPECT_EQ(v, 0x1111u);
-    ASSERT_EQ(ci_ReadSfr(c, 2, 0x8010, 2, &v), 0);
-    EXPECT_EQ(v, 0x2222u);
+    EXPECT_EQ(c.readSfr(2, 0x8010, 2), 0x2222);
     EXPECT_EQ(c.sim.transfers(), 0u);
 }
 

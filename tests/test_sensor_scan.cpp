@@ -129,15 +129,13 @@ TEST(SensorScan, MatchesTheCLibraryOnEveryFormat) {
 }
 
 TEST(SensorScan, NumbersKeepTheLow32BitsOnEveryPlatform) {
-    uint32_t v = 0;
-    ASSERT_EQ(1, sdat_scan("0xFFFFFFFF", "%i", &v));
-    EXPECT_EQ(0xFFFFFFFFu, v);
-    ASSERT_EQ(1, sdat_scan("-1", "%i", &v));
-    EXPECT_EQ(0xFFFFFFFFu, v);
-    ASSERT_EQ(1, sdat_scan("0x80000000", "%i", &v));
-    EXPECT_EQ(0x80000000u, v);
-    ASSERT_EQ(1, sdat_scan("0x123456789", "%i", &v));
-    EXPECT_EQ(0x23456789u, v);
+    const std::pair<const char*, uint32_t> rows[] = {
+        {"0xFFFFFFFF", 0xFFFFFFFFu}, {"-1", 0xFFFFFFFFu}, {"0x80000000", 0x80000000u}, {"0x123456789", 0x23456789u}};
+    for (const auto& [text, expected] : rows) {
+        uint32_t v = 0;
+        ASSERT_EQ(1, sdat_scan(text, "%i", &v)) << text;
+        EXPECT_EQ(expected, v) << text;
+    }
 }
 
 TEST(SensorScan, TextConversionsStopAtTheirWidth) {

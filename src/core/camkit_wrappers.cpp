@@ -14,6 +14,15 @@ static ci_error_code _call_slot(ci_camera_t* camera, Args... args) {
     return operation != NULL ? operation(camera, args...) : CI_CAMERA_NOT_SUPPORTED;
 }
 
+// Calls the locking routine when the transport installed the unlocked Hook
+// it relies on.
+template <auto Hook, typename Fn, typename... Args>
+static ci_error_code _call_hooked(ci_camera_t* camera, Fn routine, Args... args) {
+    const _common_context_t* ctx = _ctx(camera);
+    if (ctx == NULL || ctx->*Hook == NULL) return CI_CAMERA_NOT_SUPPORTED;
+    return routine(camera, args...);
+}
+
 ci_error_code ci_startTransport(ci_camera_t* camera) { return _call_slot<&ci_camera_t::startTransport>(camera); }
 
 ci_error_code ci_stopTransport(ci_camera_t* camera) { return _call_slot<&ci_camera_t::stopTransport>(camera); }
@@ -73,24 +82,21 @@ ci_error_code ci_initTransport(ci_camera_t* camera, ci_u32 bitsPerClock, ci_u32 
 // the matching hook; the locking routines then do the work.
 ci_error_code ci_readSystemRegisters(ci_camera_t* camera, ci_addr_type addrType, ci_u32 addrSpace,
                                      ci_u32 startAddr, ci_u32 dataSize, ci_u32 count, ci_u32* vals) {
-    const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || ctx->readSystemRegistersNolock == NULL) return CI_CAMERA_NOT_SUPPORTED;
-    return _generic_ReadSystemRegisters(camera, addrType, addrSpace, startAddr, dataSize, count, vals);
+    return _call_hooked<&_common_context_t::readSystemRegistersNolock>(camera, _generic_ReadSystemRegisters, addrType,
+                                                                        addrSpace, startAddr, dataSize, count, vals);
 }
 
 ci_error_code ci_writeSystemRegisters(ci_camera_t* camera, ci_addr_type addrType, ci_u32 addrSpace,
                                       ci_u32 startAddr, ci_u32 dataSize, ci_u32 count, ci_u32* vals) {
-    const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || ctx->writeSystemRegistersNolock == NULL) return CI_CAMERA_NOT_SUPPORTED;
-    return _generic_WriteSystemRegisters(camera, addrType, addrSpace, startAddr, dataSize, count, vals);
+    return _call_hooked<&_common_context_t::writeSystemRegistersNolock>(camera, _generic_WriteSystemRegisters, addrType,
+                                                                         addrSpace, startAddr, dataSize, count, vals);
 }
 
 ci_error_code ci_sendCommand(ci_camera_t* camera, ci_u32 command, ci_u32 paramSize, const ci_u8* paramBuffer,
                              ci_u32* statusCode, ci_u32 resultSize, ci_u8* resultBuffer, ci_u32* bytesReturned) {
-    const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || ctx->sendCommandNolock == NULL) return CI_CAMERA_NOT_SUPPORTED;
-    return _generic_sendCommand(camera, command, paramSize, paramBuffer, statusCode, resultSize, resultBuffer,
-                                bytesReturned);
+    return _call_hooked<&_common_context_t::sendCommandNolock>(camera, _generic_sendCommand, command, paramSize,
+                                                                paramBuffer, statusCode, resultSize, resultBuffer,
+                                                                bytesReturned);
 }
 
 ci_error_code ci_setMode(ci_camera_t* camera, ci_modes mode, ci_u32 val) {

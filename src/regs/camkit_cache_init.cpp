@@ -103,10 +103,5 @@ void ci_SetVolatileRegStr(ci_camera_t* camera, const char* regName) {
     if (index < 0) {
         return;
     }
-    RegisterLock lock(camera);
-    ci_s32 count = 0;
-    _regCache* entries = _regCacheEntries(camera, &count);
-    if (index < count) {
-        entries[index].flags |= CI_CACHE_VOLATILE;
-    }
+    _regCacheMarkEntry(camera, index, CI_CACHE_VOLATILE);
 }

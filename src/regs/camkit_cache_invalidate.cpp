@@ -1,4 +1,4 @@
-// Invalidation of register cache entries.
+// Invalidation and marking of register cache entries.
 #define CK_SOURCE "camkit_cache"
 #include "regs/regs_internal.h"
 
@@ -37,17 +37,21 @@ void ci_InvalidateRegCache(ci_camera_t* camera) {
     _updateDirectAccess(camera);
 }
 
+void _regCacheMarkEntry(ci_camera_t* camera, ci_s32 index, ci_u32 flag) {
+    RegisterLock lock(camera);
+    ci_s32 count = 0;
+    _regCache* entries = _regCacheEntries(camera, &count);
+    if (index >= 0 && index < count) {
+        entries[index].flags |= flag;
+    }
+}
+
 void ci_InvalidateRegCacheReg(ci_camera_t* camera, ci_reg_data_t* reg) {
     const ci_s32 index = _regCacheIndexOfRecord(camera, reg);
     if (index < 0 || !_ctx(camera)) {
         return;
     }
-    RegisterLock lock(camera);
-    ci_s32 count = 0;
-    _regCache* entries = _regCacheEntries(camera, &count);
-    if (index < count) {
-        entries[index].flags |= CI_CACHE_INVALID;
-    }
+    _regCacheMarkEntry(camera, index, CI_CACHE_INVALID);
 }
 
 void ci_InvalidateRegCacheRegName(ci_camera_t* camera, const char* regName) {

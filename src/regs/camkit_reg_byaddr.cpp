@@ -10,6 +10,18 @@ ci_s32 widthAt(const ci_s32* is8s, ci_s32 i) {
     return is8s ? is8s[i] : 0;
 }
 
+// Runs access(camera, record, value) on a temporary record for the address,
+// under the register lock.
+template <typename Access, typename Value>
+ci_error_code atAddress(ci_camera_t* camera, ci_addr_type addrType, ci_u32 addrSpace, ci_u32 regAddr, ci_s32 is8,
+                        Access access, Value value) {
+    ci_reg_data_t temp;
+    ci_addr_space_val_t tempSpace;
+    ci_reg_data_t* reg = _makeRegDataStruct(camera, addrType, addrSpace, regAddr, is8, &temp, &tempSpace);
+    RegisterLock lock(camera);
+    return access(camera, reg, value);
+}
+
 }  // namespace
 
 ci_error_code ci_ReadSensorRegAddr(ci_camera_t* camera, ci_addr_type addrType, ci_u32 addrSpace, ci_u32 regAddr,
@@ -21,11 +33,7 @@ ci_error_code ci_ReadSensorRegAddr(ci_camera_t* camera, ci_addr_type addrType, c
     if (!_ctx(camera)) {
         return CK_ERR(CI_CAMERA_ERROR, "No camera");
     }
-    ci_reg_data_t temp;
-    ci_addr_space_val_t tempSpace;
-    ci_reg_data_t* reg = _makeRegDataStruct(camera, addrType, addrSpace, regAddr, is8, &temp, &tempSpace);
-    RegisterLock lock(camera);
-    return _ReadSensorRegNolock(camera, reg, val);
+    return atAddress(camera, addrType, addrSpace, regAddr, is8, _ReadSensorRegNolock, val);
 }
 
 ci_error_code ci_WriteSensorRegAddr(ci_camera_t* camera, ci_addr_type addrType, ci_u32 addrSpace, ci_u32 regAddr,
@@ -33,11 +41,7 @@ ci_error_code ci_WriteSensorRegAddr(ci_camera_t* camera, ci_addr_type addrType, 
     if (!_ctx(camera)) {
         return CK_ERR(CI_CAMERA_ERROR, "No camera");
     }
-    ci_reg_data_t temp;
-    ci_addr_space_val_t tempSpace;
-    ci_reg_data_t* reg = _makeRegDataStruct(camera, addrType, addrSpace, regAddr, is8, &temp, &tempSpace);
-    RegisterLock lock(camera);
-    return _WriteSensorRegNolock(camera, reg, val);
+    return atAddress(camera, addrType, addrSpace, regAddr, is8, _WriteSensorRegNolock, val);
 }
 
 ci_error_code ci_ReadSensorRegsAddr(ci_camera_t* camera, ci_s32 numRegs, ci_addr_type* addrTypes, ci_u32* addrSpaces,

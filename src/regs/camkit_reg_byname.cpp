@@ -19,22 +19,25 @@ const ci_bitfield_t* findField(ci_reg_data_t* reg, const char* regName, const ch
     return field;
 }
 
-}  // namespace
-
-ci_error_code _ReadSensorRegStrNolock(ci_camera_t* camera, const char* regName, const char* bitfieldName,
-                                      ci_u32* val) {
-    *val = 0;
+// Resolves the register, then runs whole(reg) when no bitfield name is
+// given, else part(reg, field).  A missing register or field is an error.
+template <typename Whole, typename Part>
+ci_error_code byName(ci_camera_t* camera, const char* regName, const char* bitfieldName, Whole whole, Part part) {
     ci_reg_data_t* reg = ci_FindRegister(camera, regName);
     if (!reg) {
         return CI_CAMERA_ERROR;
     }
     if (!hasText(bitfieldName)) {
-        return _ReadSensorRegNolock(camera, reg, val);
+        return whole(reg);
     }
     const ci_bitfield_t* field = findField(reg, regName, bitfieldName);
     if (!field) {
         return CI_CAMERA_ERROR;
     }
+    return part(reg, field);
+}
+
+ci_error_code readField(ci_camera_t* camera, ci_reg_data_t* reg, const ci_bitfield_t* field, ci_u32* val) {
     ci_u32 whole = 0;
     const ci_error_code rc = _ReadSensorRegNolock(camera, reg, &whole);
     *val = _BitValue(whole, field->bitmask);
@@ -45,19 +48,7 @@ ci_error_code _ReadSensorRegStrNolock(ci_camera_t* camera, const char* regName, 
 // take the old value from the cache when it is there, all others from the
 // device.  The field value is shifted into place without masking, so a value
 // wider than the field spills into the neighbouring bits.
-ci_error_code _WriteSensorRegStrNolock(ci_camera_t* camera, const char* regName, const char* bitfieldName,
-                                       ci_u32 val) {
-    ci_reg_data_t* reg = ci_FindRegister(camera, regName);
-    if (!reg) {
-        return CI_CAMERA_ERROR;
-    }
-    if (!hasText(bitfieldName)) {
-        return _WriteSensorRegNolock(camera, reg, val);
-    }
-    const ci_bitfield_t* field = findField(reg, regName, bitfieldName);
-    if (!field) {
-        return CI_CAMERA_ERROR;
-    }
+ci_error_code writeField(ci_camera_t* camera, ci_reg_data_t* reg, const ci_bitfield_t* field, ci_u32 val) {
     ci_u32 old = 0;
     ci_error_code rc;
     {
@@ -69,6 +60,23 @@ ci_error_code _WriteSensorRegStrNolock(ci_camera_t* camera, const char* regName,
         return rc;
     }
     return _WriteSensorRegNolock(camera, reg, _RegValue(val, field->bitmask) | (old & ~field->bitmask));
+}
+
+}  // namespace
+
+ci_error_code _ReadSensorRegStrNolock(ci_camera_t* camera, const char* regName, const char* bitfieldName,
+                                      ci_u32* val) {
+    *val = 0;
+    return byName(
+        camera, regName, bitfieldName, [&](ci_reg_data_t* reg) { return _ReadSensorRegNolock(camera, reg, val); },
+        [&](ci_reg_data_t* reg, const ci_bitfield_t* field) { return readField(camera, reg, field, val); });
+}
+
+ci_error_code _WriteSensorRegStrNolock(ci_camera_t* camera, const char* regName, const char* bitfieldName,
+                                       ci_u32 val) {
+    return byName(
+        camera, regName, bitfieldName, [&](ci_reg_data_t* reg) { return _WriteSensorRegNolock(camera, reg, val); },
+        [&](ci_reg_data_t* reg, const ci_bitfield_t* field) { return writeField(camera, reg, field, val); });
 }
 
 ci_error_code ci_ReadSensorRegStr(ci_camera_t* camera, const char* regName, const char* bitfieldName, ci_u32* val) {

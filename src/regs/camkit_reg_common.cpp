@@ -19,13 +19,26 @@ ci_error_code withNackRetry(ci_camera_t* camera, Call call) {
     return rc;
 }
 
+// The transport's device function in the given context slot, or null.
+template <typename Fn>
+Fn hookOf(ci_camera_t* camera, Fn _common_context_t::*hook) {
+    const _common_context_t* context = _ctx(camera);
+    return context ? context->*hook : nullptr;
+}
+
+// One call of the device function; not supported without one.
+template <typename Fn, typename... Args>
+ci_error_code once(ci_camera_t* camera, Fn _common_context_t::*hook, Args... args) {
+    const Fn fn = hookOf(camera, hook);
+    return fn ? fn(camera, args...) : CI_CAMERA_NOT_SUPPORTED;
+}
+
 template <typename Fn, typename... Args>
 ci_error_code retried(ci_camera_t* camera, Fn _common_context_t::*hook, Args... args) {
-    _common_context_t* context = _ctx(camera);
-    if (!context || !(context->*hook)) {
+    const Fn fn = hookOf(camera, hook);
+    if (!fn) {
         return CI_CAMERA_NOT_SUPPORTED;
     }
-    Fn fn = context->*hook;
     return withNackRetry(camera, [&] { return fn(camera, args...); });
 }
 
@@ -76,29 +89,17 @@ ci_error_code _common_writeSensorRegistersNolock(ci_camera_t* camera, ci_u32 spa
 // System registers and commands: one attempt; not supported without a hook.
 ci_error_code _common_readSystemRegistersNolock(ci_camera_t* camera, ci_addr_type type, ci_u32 space,
                                                 ci_u32 startAddr, ci_u32 dataSize, ci_u32 n, ci_u32* vals) {
-    _common_context_t* context = _ctx(camera);
-    if (!context || !context->readSystemRegistersNolock) {
-        return CI_CAMERA_NOT_SUPPORTED;
-    }
-    return context->readSystemRegistersNolock(camera, type, space, startAddr, dataSize, n, vals);
+    return once(camera, &_common_context_t::readSystemRegistersNolock, type, space, startAddr, dataSize, n, vals);
 }
 
 ci_error_code _common_writeSystemRegistersNolock(ci_camera_t* camera, ci_addr_type type, ci_u32 space,
                                                  ci_u32 startAddr, ci_u32 dataSize, ci_u32 n, ci_u32* vals) {
-    _common_context_t* context = _ctx(camera);
-    if (!context || !context->writeSystemRegistersNolock) {
-        return CI_CAMERA_NOT_SUPPORTED;
-    }
-    return context->writeSystemRegistersNolock(camera, type, space, startAddr, dataSize, n, vals);
+    return once(camera, &_common_context_t::writeSystemRegistersNolock, type, space, startAddr, dataSize, n, vals);
 }
 
 ci_error_code _common_sendCommandNolock(ci_camera_t* camera, ci_u32 command, ci_u32 paramSize,
                                         const ci_u8* paramBuffer, ci_u32* statusCode, ci_u32 resultSize,
                                         ci_u8* resultBuffer, ci_u32* bytesReturned) {
-    _common_context_t* context = _ctx(camera);
-    if (!context || !context->sendCommandNolock) {
-        return CI_CAMERA_NOT_SUPPORTED;
-    }
-    return context->sendCommandNolock(camera, command, paramSize, paramBuffer, statusCode, resultSize, resultBuffer,
-                                      bytesReturned);
+    return once(camera, &_common_context_t::sendCommandNolock, command, paramSize, paramBuffer, statusCode,
+                resultSize, resultBuffer, bytesReturned);
 }

@@ -44,6 +44,26 @@ bool cached(ci_camera_t* camera) {
     return _cacheUse(camera) != 0;
 }
 
+using SensorTransfer = ci_error_code (*)(ci_camera_t*, ci_u32, ci_u32, ci_u32, ci_u32*);
+
+// A device transfer of sensor-register words whose values, once moved,
+// are kept in the cache.
+ci_error_code sensorRun(ci_camera_t* camera, SensorTransfer transfer, ci_u32 space, ci_u32 startAddr, ci_u32 step,
+                        ci_u32 n, ci_u32* vals) {
+    const ci_error_code rc = transfer(camera, space, startAddr, n, vals);
+    if (rc == CI_CAMERA_SUCCESS) {
+        runToCache(camera, space, startAddr, step, n, vals);
+    }
+    return rc;
+}
+
+// Calls an unlocked device function under the register lock.
+template <typename Fn, typename... Args>
+ci_error_code underLock(ci_camera_t* camera, Fn fn, Args... args) {
+    RegisterLock lock(camera);
+    return fn(camera, args...);
+}
+
 }  // namespace
 
 // The cache probe deliberately uses the space value as the address type and
@@ -56,10 +76,7 @@ ci_error_code _generic_ReadSensorRegisters(ci_camera_t* camera, ci_u32 space, ci
     if (cached(camera) && runFromCache(camera, space, 0, startAddr, step, n, vals)) {
         return CI_CAMERA_SUCCESS;
     }
-    const ci_error_code rc = _common_readSensorRegistersNolock(camera, space, startAddr, n, vals);
-    if (rc == CI_CAMERA_SUCCESS) {
-        runToCache(camera, space, startAddr, step, n, vals);
-    }
+    const ci_error_code rc = sensorRun(camera, _common_readSensorRegistersNolock, space, startAddr, step, n, vals);
     _SetCachedReadAddrSpaceValue(camera, space);
     return rc;
 }
@@ -68,10 +85,7 @@ ci_error_code _generic_WriteSensorRegisters(ci_camera_t* camera, ci_u32 space, c
                                             ci_u32* vals) {
     const ci_u32 step = ci_GetAddrIncrement(camera, CI_REG_ADDR);
     RegisterLock lock(camera);
-    const ci_error_code rc = _common_writeSensorRegistersNolock(camera, space, startAddr, n, vals);
-    if (rc == CI_CAMERA_SUCCESS) {
-        runToCache(camera, space, startAddr, step, n, vals);
-    }
+    const ci_error_code rc = sensorRun(camera, _common_writeSensorRegistersNolock, space, startAddr, step, n, vals);
     _SetCachedWriteAddrSpaceValue(camera, space);
     return rc;
 }
@@ -106,30 +120,25 @@ ci_error_code _generic_WriteSystemRegisters(ci_camera_t* camera, ci_addr_type ty
 }
 
 ci_error_code _generic_ReadRegister(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 regAddr, ci_u32* val) {
-    RegisterLock lock(camera);
-    return _common_readRegisterNolock(camera, shipAddr, regAddr, val);
+    return underLock(camera, _common_readRegisterNolock, shipAddr, regAddr, val);
 }
 
 ci_error_code _generic_WriteRegister(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 regAddr, ci_u32 val) {
-    RegisterLock lock(camera);
-    return _common_writeRegisterNolock(camera, shipAddr, regAddr, val);
+    return underLock(camera, _common_writeRegisterNolock, shipAddr, regAddr, val);
 }
 
 ci_error_code _generic_ReadRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 startAddr, ci_u32 n, ci_u32* vals) {
-    RegisterLock lock(camera);
-    return _common_readRegistersNolock(camera, shipAddr, startAddr, n, vals);
+    return underLock(camera, _common_readRegistersNolock, shipAddr, startAddr, n, vals);
 }
 
 ci_error_code _generic_WriteRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 startAddr, ci_u32 n,
                                       ci_u32* vals) {
-    RegisterLock lock(camera);
-    return _common_writeRegistersNolock(camera, shipAddr, startAddr, n, vals);
+    return underLock(camera, _common_writeRegistersNolock, shipAddr, startAddr, n, vals);
 }
 
 ci_error_code _generic_sendCommand(ci_camera_t* camera, ci_u32 command, ci_u32 paramSize, const ci_u8* paramBuffer,
                                    ci_u32* statusCode, ci_u32 resultSize, ci_u8* resultBuffer,
                                    ci_u32* bytesReturned) {
-    RegisterLock lock(camera);
-    return _common_sendCommandNolock(camera, command, paramSize, paramBuffer, statusCode, resultSize, resultBuffer,
-                                     bytesReturned);
+    return underLock(camera, _common_sendCommandNolock, command, paramSize, paramBuffer, statusCode, resultSize,
+                     resultBuffer, bytesReturned);
 }

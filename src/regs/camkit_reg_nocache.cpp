@@ -43,7 +43,7 @@ ci_error_code readSpanned(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 span, 
     return rc;
 }
 
-ci_error_code writeSpanned(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 span, ci_u32 count, const ci_u32* vals) {
+ci_error_code writeSpanned(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 span, ci_u32 count, ci_u32* vals) {
     ci_u32* words = scratch(span, count);
     if (!words) {
         return CK_ERR(CI_CAMERA_ERROR, "Out of memory");
@@ -57,11 +57,37 @@ ci_error_code writeSpanned(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 span,
     return rc;
 }
 
-using RawTransfer = ci_error_code (*)(ci_camera_t*, ci_u32, ci_u32, ci_u32, ci_u32*);
+// A device transfer of n bus words: (camera, space or bus address, first
+// register address, n, values).
+using WordTransfer = ci_error_code (*)(ci_camera_t*, ci_u32, ci_u32, ci_u32, ci_u32*);
+using SpannedTransfer = ci_error_code (*)(ci_camera_t*, ci_reg_data_t*, ci_u32, ci_u32, ci_u32*);
+using Tracker = void (*)(ci_camera_t*, ci_reg_data_t*, ci_u32);
+
+// What tells a read of whole registers from a write.
+struct Direction {
+    WordTransfer plain;       // registers of one bus word
+    SpannedTransfer spanned;  // registers spanning several bus words
+    Tracker track;            // direct-access bookkeeping of the first value
+};
+
+const Direction kRead = {_common_readSensorRegistersNolock, readSpanned, _trackDirectAccessRead};
+const Direction kWrite = {_common_writeSensorRegistersNolock, writeSpanned, _trackDirectAccess};
+
+ci_error_code transferRegs(ci_camera_t* camera, const Direction& direction, ci_reg_data_t* reg, ci_u32 count,
+                           ci_u32* vals) {
+    if (!reg || !vals || count == 0) {
+        return CI_CAMERA_ERROR;
+    }
+    const ci_u32 span = spanOf(reg);
+    const ci_error_code rc = span == 1 ? direction.plain(camera, reg->reg_space, reg->reg_addr, count, vals)
+                                       : direction.spanned(camera, reg, span, count, vals);
+    direction.track(camera, reg, vals[0]);
+    return rc;
+}
 
 // A raw transfer at the sensor's bus address with the sensor's address width
 // and the given data width; the camera's width modes are restored after.
-ci_error_code directTransfer(ci_camera_t* camera, RawTransfer transfer, ci_u32 addr, ci_u32 bits, ci_u32 count,
+ci_error_code directTransfer(ci_camera_t* camera, WordTransfer transfer, ci_u32 addr, ci_u32 bits, ci_u32 count,
                              ci_u32* vals) {
     const ci_sensor_t* sensor = camera ? camera->sensor : nullptr;
     if (!sensor) {
@@ -75,27 +101,11 @@ ci_error_code directTransfer(ci_camera_t* camera, RawTransfer transfer, ci_u32 a
 }  // namespace
 
 ci_error_code _readSensorRegsNocache(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 count, ci_u32* vals) {
-    if (!reg || !vals || count == 0) {
-        return CI_CAMERA_ERROR;
-    }
-    const ci_u32 span = spanOf(reg);
-    const ci_error_code rc = span == 1
-                                 ? _common_readSensorRegistersNolock(camera, reg->reg_space, reg->reg_addr, count, vals)
-                                 : readSpanned(camera, reg, span, count, vals);
-    _trackDirectAccessRead(camera, reg, vals[0]);
-    return rc;
+    return transferRegs(camera, kRead, reg, count, vals);
 }
 
 ci_error_code _writeSensorRegsNocache(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 count, ci_u32* vals) {
-    if (!reg || !vals || count == 0) {
-        return CI_CAMERA_ERROR;
-    }
-    const ci_u32 span = spanOf(reg);
-    const ci_error_code rc = span == 1
-                                 ? _common_writeSensorRegistersNolock(camera, reg->reg_space, reg->reg_addr, count, vals)
-                                 : writeSpanned(camera, reg, span, count, vals);
-    _trackDirectAccess(camera, reg, vals[0]);
-    return rc;
+    return transferRegs(camera, kWrite, reg, count, vals);
 }
 
 ci_error_code _readDirectVarsNocache(ci_camera_t* camera, ci_u32 addr, ci_u32 bits, ci_u32 count, ci_u32* vals) {

@@ -48,6 +48,10 @@ ci_s32 _regCacheIndexOfRecord(ci_camera_t* camera, const ci_reg_data_t* reg);
 // ci_GetRegCacheValueReg without taking the lock.
 ci_s32 _regCacheGetReg(ci_camera_t* camera, const ci_reg_data_t* reg, ci_u32* val);
 
+// Sets flag on the cache entry at index; nothing without a cache or for an
+// index outside it.  Unlike the functions above, it takes the register lock.
+void _regCacheMarkEntry(ci_camera_t* camera, ci_s32 index, ci_u32 flag);
+
 // ---------------------------------------------------------------------------
 // Read/write core internals.
 // ---------------------------------------------------------------------------

@@ -22,11 +22,34 @@ bool is_ignorable(const char* line) {
     return *p == '\0' || *p == ';' || (p[0] == '/' && p[1] == '/');
 }
 
-// Consumes the rest of a physical line that did not fit the buffer.
+// The two sources of lines.  read_chunk works as fgets: it copies up to
+// size - 1 characters, through the first line end, and fails only at the
+// end of the input.  discard_rest consumes the rest of a physical line.
+bool read_chunk(FILE* fp, char* buffer, ci_s32 size) { return fgets(buffer, size, fp) != nullptr; }
+
 void discard_rest(FILE* fp) {
     int c;
     while ((c = getc(fp)) != EOF && c != '\n') {
     }
+}
+
+bool read_chunk(sdat_text* text, char* buffer, ci_s32 size) {
+    if (size <= 0 || text->pos >= text->size) return false;
+    const char* p = text->data + text->pos;
+    size_t n = text->size - text->pos;
+    if (n > static_cast<size_t>(size) - 1) n = static_cast<size_t>(size) - 1;
+    const void* end = memchr(p, '\n', n);
+    if (end) n = static_cast<size_t>(static_cast<const char*>(end) - p) + 1;
+    memcpy(buffer, p, n);
+    buffer[n] = '\0';
+    text->pos += n;
+    return true;
+}
+
+void discard_rest(sdat_text* text) {
+    const char* p = text->data + text->pos;
+    const void* end = memchr(p, '\n', text->size - text->pos);
+    text->pos = end ? static_cast<size_t>(static_cast<const char*>(end) - text->data) + 1 : text->size;
 }
 
 // Removes the line end ("\n", "\r\n") in place.  Returns false when the
@@ -39,22 +62,27 @@ bool strip_line_end(char* buffer) {
     return complete;
 }
 
-}  // namespace
-
-ci_s32 get_line(FILE* fp, char* buffer, ci_s32 size) {
+template <typename Source>
+ci_s32 next_content_line(Source* source, char* buffer, ci_s32 size) {
     ci_s32 consumed = 0;
-    while (fgets(buffer, size, fp)) {
+    while (read_chunk(source, buffer, size)) {
         ++consumed;
-        if (!strip_line_end(buffer)) discard_rest(fp);
+        if (!strip_line_end(buffer)) discard_rest(source);
         if (!is_ignorable(buffer)) return consumed;
     }
     buffer[0] = '\0';
     return 0;
 }
 
+}  // namespace
+
+ci_s32 get_line(FILE* fp, char* buffer, ci_s32 size) { return next_content_line(fp, buffer, size); }
+
+ci_s32 sdat_text_line(sdat_text* text, char* buffer, ci_s32 size) { return next_content_line(text, buffer, size); }
+
 int sdat_next_line(sdat_reader* r, ci_s32 limit) {
     if (limit > SDAT_LINE_MAX) limit = SDAT_LINE_MAX;
-    ci_s32 consumed = get_line(r->fp, r->line, limit);
+    ci_s32 consumed = sdat_text_line(&r->text, r->line, limit);
     if (consumed == 0) return 0;
     r->lineNo += consumed;
     return 1;

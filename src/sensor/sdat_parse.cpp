@@ -21,7 +21,6 @@ const field_desc_t kSections[] = {
 };
 
 const char kByteOrderMark[] = "\xEF\xBB\xBF";
-const size_t kReadBuffer = 64 * 1024;
 
 bool has_sensor_data_extension(const char* fileName) {
     const char* dot = strrchr(fileName, '.');
@@ -29,13 +28,11 @@ bool has_sensor_data_extension(const char* fileName) {
 }
 
 // Looks at the first characters: an XML file starts with "<?xml", possibly
-// after a UTF-8 byte-order mark.  Leaves the stream after any byte-order mark.
-bool starts_as_xml(FILE* fp) {
-    char head[11];
-    size_t n = fread(head, 1, sizeof head, fp);
-    size_t skip = (n >= 3 && memcmp(head, kByteOrderMark, 3) == 0) ? 3 : 0;
-    fseek(fp, static_cast<long>(skip), SEEK_SET);
-    return n >= skip + 5 && memcmp(head + skip, "<?xml", 5) == 0;
+// after a UTF-8 byte-order mark.  Leaves the text after any byte-order mark.
+bool starts_as_xml(sdat_text* text) {
+    size_t skip = (text->size >= 3 && memcmp(text->data, kByteOrderMark, 3) == 0) ? 3 : 0;
+    text->pos = skip;
+    return text->size >= skip + 5 && memcmp(text->data + skip, "<?xml", 5) == 0;
 }
 
 // The sensor-type additions of the file's directory.
@@ -106,6 +103,19 @@ ci_error_code parse_text(sdat_reader* r) {
     return CI_PARSE_SUCCESS;
 }
 
+// The whole file into text.
+ci_error_code read_file(const char* fileName, sdat_text* text) {
+    FILE* fp = fopen(fileName, "rb");
+    if (!fp) {
+        char message[CI_MAX_PATH + 64];
+        snprintf(message, sizeof message, "unable to open file %s", fileName);
+        return CK_ERR(CI_PARSE_FILE_ERROR, message);
+    }
+    int read = sdat_text_read(fp, text);
+    fclose(fp);
+    return read ? CI_CAMERA_SUCCESS : CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate memory for the file");
+}
+
 void log_file(const char* format, const char* fileName) {
     char message[CI_MAX_PATH + 64];
     snprintf(message, sizeof message, format, fileName);
@@ -120,26 +130,22 @@ ci_error_code ci_ParseSensorFile(ci_camera_t* camera, const char* fileName, ci_s
     if (!ctx) return CK_ERR(CI_CAMERA_ERROR, "Must have a valid pCamera->context");
     log_file("parsing file %s", fileName);
 
-    FILE* fp = fopen(fileName, "rb");
-    if (!fp) {
-        char message[CI_MAX_PATH + 64];
-        snprintf(message, sizeof message, "unable to open file %s", fileName);
-        return CK_ERR(CI_PARSE_FILE_ERROR, message);
-    }
-    setvbuf(fp, nullptr, _IOFBF, kReadBuffer);  // fewer reads for large files
+    sdat_text text{};
+    ci_error_code opened = read_file(fileName, &text);
+    if (opened != CI_CAMERA_SUCCESS) return opened;
     ci_sensor_t* record = choose_record(camera, sensor);
     if (!record) {
-        fclose(fp);
+        sdat_text_free(&text);
         return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate sensor structure");
     }
     sdat_reset_record(record, ctx, fileName);
     load_directory_types(fileName);
-    if (starts_as_xml(fp)) {
-        fclose(fp);
+    if (starts_as_xml(&text)) {
+        sdat_text_free(&text);
         return _parseXmlSensorFile(camera, record, fileName);
     }
-    sdat_reader r{fp, fileName, 0, camera, record, ctx, {}};
+    sdat_reader r{text, fileName, 0, camera, record, ctx, {}};
     ci_error_code result = parse_text(&r);
-    fclose(fp);
+    sdat_text_free(&r.text);
     return result;
 }

@@ -18,9 +18,17 @@ enum {
     SDAT_LINE_MAX = 1024
 };
 
+// The whole text of a file, read once, and the reading position in it.  The
+// text is not terminated; lines are copied out of it.
+typedef struct sdat_text {
+    char* data;
+    size_t size;
+    size_t pos;
+} sdat_text;
+
 // Reading state of one file.
 typedef struct sdat_reader {
-    FILE* fp;
+    sdat_text text;
     const char* fileName;  // as given by the caller; used in every message
     ci_s32 lineNo;         // physical number of the line held in `line`
     ci_camera_t* camera;
@@ -29,11 +37,21 @@ typedef struct sdat_reader {
     char line[SDAT_LINE_MAX];
 } sdat_reader;
 
+// ---- whole-file text (sdat_text_file.cpp)
+// Reads the open file from its current position to its end into text (which
+// the caller releases with sdat_text_free).  A read error ends the text where
+// it happened, as it would end a line-by-line read.  Returns 0 when out of
+// memory.
+int sdat_text_read(FILE* fp, sdat_text* text);
+void sdat_text_free(sdat_text* text);
+
 // ---- lines and sections (sdat_lines.cpp)
 // Reads the next line that is neither blank nor a comment into buffer (cut to
 // size - 1 characters, line end removed).  Returns the number of physical
 // lines consumed, comment and blank lines included; 0 at end of file.
 ci_s32 get_line(FILE* fp, char* buffer, ci_s32 size);
+// The same from a text in memory, from text->pos on.
+ci_s32 sdat_text_line(sdat_text* text, char* buffer, ci_s32 size);
 // get_line into r->line, keeping r->lineNo.  Returns 0 at end of file.
 int sdat_next_line(sdat_reader* r, ci_s32 limit);
 // True for a line that closes a section ("[END]" in the first column).

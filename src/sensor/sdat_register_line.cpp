@@ -41,18 +41,17 @@ int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_
                      &l->span, &l->mask, l->rw, &l->def, l->rest) >= 7;
 }
 
+// The checks of the counting pass only ask whether a line has a form: they
+// scan with suppressed conversions (nothing is copied) and the final %n is
+// reached only when every conversion before it matched.
 int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
     if (!strchr(line, '=')) return 0;  // cheap answer for bitfield lines
-    char name[CI_STRING_LEN];
-    char space[CI_STRING_LEN];
-    char rw[CI_STRING_LEN];
-    char rest[761];
-    ci_u32 addr = 0, span = 0, mask = 0, def = 0;
+    int end = -1;
     if (sdatVersion < 2)
-        return sdat_scan(line, "%255[^=]= {%i, %255[^,], %i, %255[^,], %i, %760[^}]", name, &addr, space, &mask, rw,
-                         &def, rest) > 6;
-    return sdat_scan(line, "%255[^=]= {%i, %255[^,], %i, %i, %255[^,], %i, %760[^}]", name, &addr, space, &span, &mask,
-                     rw, &def, rest) == 8;
+        sdat_scan(line, "%*255[^=]= {%*i, %*255[^,], %*i, %*255[^,], %*i, %*760[^}]%n", &end);
+    else
+        sdat_scan(line, "%*255[^=]= {%*i, %*255[^,], %*i, %*i, %*255[^,], %*i, %*760[^}]%n", &end);
+    return end >= 0;
 }
 
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg) {
@@ -87,8 +86,9 @@ bool scan_bitfield(const char* line, bitfield_line* l) {
 }  // namespace
 
 int sdat_is_bitfield_line(const char* line) {
-    bitfield_line l;
-    return scan_bitfield(line, &l);
+    int end = -1;
+    sdat_scan(line, " {%*255[^,], %*i, %*4[^,], %*760[^}]%n", &end);
+    return end >= 0;
 }
 
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {

@@ -135,7 +135,7 @@ ci_error_code read_section(register_pass* p) {
 }  // namespace
 
 ci_s32 get_num_regs(sdat_reader* r) {
-    long start = ftell(r->fp);
+    size_t start = r->text.pos;
     ci_s32 startLine = r->lineNo;
     ci_s32 count = 0;
     bool afterRegister = false;
@@ -148,7 +148,7 @@ ci_s32 get_num_regs(sdat_reader* r) {
             sdat_syntaxerror(r, CI_PARSE_REG_ERROR);
         }
     }
-    fseek(r->fp, start, SEEK_SET);
+    r->text.pos = start;
     r->lineNo = startLine;
     return count;
 }

@@ -95,15 +95,16 @@ bool convert_int(scan_state& s, uint32_t* out) {
     return true;
 }
 
+// Text conversions store nothing when out is null (a suppressed conversion).
 bool convert_word(scan_state& s, char* out, int width) {
     skip_blanks(s);
     int n = 0;
-    while (n < width && s.in[n] && !is_blank(s.in[n])) {
-        out[n] = s.in[n];
-        ++n;
-    }
+    while (n < width && s.in[n] && !is_blank(s.in[n])) ++n;
     if (n == 0) return false;
-    out[n] = '\0';
+    if (out) {
+        memcpy(out, s.in, static_cast<size_t>(n));
+        out[n] = '\0';
+    }
     s.in += n;
     return true;
 }
@@ -122,34 +123,50 @@ int set_run(const char* in, int width, bool negate, const char* set, size_t setL
 
 bool convert_set(scan_state& s, char* out, int width, bool negate, const char* set, size_t setLen) {
     int n = set_run(s.in, width, negate, set, setLen);
-    memcpy(out, s.in, static_cast<size_t>(n));
     if (n == 0) return false;
-    out[n] = '\0';
+    if (out) {
+        memcpy(out, s.in, static_cast<size_t>(n));
+        out[n] = '\0';
+    }
     s.in += n;
     return true;
 }
 
+// The destination of a conversion: the next argument, or none when the
+// conversion is suppressed.
+template <typename T>
+T* destination(va_list* ap, bool suppressed) {
+    return suppressed ? nullptr : va_arg(*ap, T*);
+}
+
 // Runs one conversion whose '%' has been consumed; *f is advanced past it.
-// Returns 1 stored, 0 nothing stored (%n), -1 failure.
+// Returns 1 stored, 0 nothing stored (%n, or a suppressed conversion), -1
+// failure.
 int convert(scan_state& s, const char** f, va_list* ap) {
+    bool suppressed = (**f == '*');
+    if (suppressed) ++*f;
     int width = read_width(f);
     char kind = *(*f)++;
+    int stored = suppressed ? 0 : 1;
     switch (kind) {
         case 'n':
             *va_arg(*ap, int*) = static_cast<int>(s.in - s.start);
             return 0;
-        case 'i':
-            return convert_int(s, va_arg(*ap, uint32_t*)) ? 1 : -1;
+        case 'i': {
+            uint32_t ignored = 0;
+            uint32_t* out = destination<uint32_t>(ap, suppressed);
+            return convert_int(s, out ? out : &ignored) ? stored : -1;
+        }
         case 's':
             assert(width > 0 && "sdat_scan: %s needs a width");
-            return convert_word(s, va_arg(*ap, char*), width) ? 1 : -1;
+            return convert_word(s, destination<char>(ap, suppressed), width) ? stored : -1;
         case '[': {
             assert(width > 0 && "sdat_scan: %[ needs a width");
             bool negate = false;
             const char* set = nullptr;
             size_t setLen = 0;
             read_set(f, &negate, &set, &setLen);
-            return convert_set(s, va_arg(*ap, char*), width, negate, set, setLen) ? 1 : -1;
+            return convert_set(s, destination<char>(ap, suppressed), width, negate, set, setLen) ? stored : -1;
         }
         default:
             assert(!"sdat_scan: unsupported conversion");
@@ -165,8 +182,10 @@ bool input_ends_before(const scan_state& s, char kind) {
     return *p == '\0';
 }
 
-// The conversion letter of the directive at f (after '%' and the width).
+// The conversion letter of the directive at f (after '%', any '*' and the
+// width).
 char conversion_kind(const char* f) {
+    if (*f == '*') ++f;
     while (*f >= '0' && *f <= '9') ++f;
     return *f;
 }

@@ -10,10 +10,13 @@
 //  - it is several times faster, which matters for sensors with thousands of
 //    registers.
 // Supported conversions: %i, %Ns, %N[set], %N[^set] (a width is required for
-// the text conversions), %n and %%.  Blanks in the format skip any white
-// space; any other character must match.  The result is the number of
-// conversions stored (%n not counted), or -1 when the text ends before the
-// first conversion.
+// the text conversions), %n and %%.  A '*' after the '%' (as in "%*255[^,]")
+// matches the same text but stores nothing and takes no argument; checks that
+// only need to know whether a line has a form use it to avoid the copies.
+// Blanks in the format skip any white space; any other character must match.
+// The result is the number of conversions stored (%n and suppressed
+// conversions not counted), or -1 when the text ends before the first
+// conversion.
 #pragma once
 
 #include <stdint.h>

@@ -1,6 +1,8 @@
 // The simulated two-wire bus (see the header).
 #include "bus_sim.h"
 
+#include "sdat_camera.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +14,10 @@ ci_u32 cutToWidth(ci_u32 value, ci_u32 bits) { return bits >= 32 || bits == 0 ? 
 
 // Register addresses advance by 2 for each 16-bit word of a device with
 // 16-bit (byte) addresses, by 1 otherwise.
-ci_u32 rawStep(ci_u32 addrBits, ci_u32 dataBits) { return addrBits == 16 && dataBits == 16 ? 2 : 1; }
+ci_u32 rawStep(ci_camera_t* camera) {
+    const _tl_context_t* view = _thread_local_context(camera);
+    return view->reg_addr_size == 16 && view->reg_data_size == 16 ? 2 : 1;
+}
 
 BusSim* simOf(ci_camera_t* camera) {
     _common_context_t* ctx = _ctx(camera);
@@ -53,15 +58,11 @@ ci_error_code simRun(ci_camera_t* camera, bool write, ci_u32 base, ci_u32 start,
 }
 
 ci_error_code simReadRegisters(ci_camera_t* camera, ci_u32 base, ci_u32 start, ci_u32 count, ci_u32* values) {
-    ci_u32 addrBits, dataBits;
-    threadSizes(camera, &addrBits, &dataBits);
-    return simRun(camera, false, base, start, rawStep(addrBits, dataBits), count, values);
+    return simRun(camera, false, base, start, rawStep(camera), count, values);
 }
 
 ci_error_code simWriteRegisters(ci_camera_t* camera, ci_u32 base, ci_u32 start, ci_u32 count, ci_u32* values) {
-    ci_u32 addrBits, dataBits;
-    threadSizes(camera, &addrBits, &dataBits);
-    return simRun(camera, true, base, start, rawStep(addrBits, dataBits), count, values);
+    return simRun(camera, true, base, start, rawStep(camera), count, values);
 }
 
 // Sensor registers: like a board transport, the thread's sizes are replaced
@@ -177,30 +178,23 @@ BusDevice& BusSim::addDevice(ci_u32 base, ci_u32 addrBits, ci_u32 dataBits) {
 }
 
 BusDevice& BusSim::addSensorFromFile(const std::string& sensorFile, ci_u32 base) {
-    ci_camera_t* scratch = static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)));
-    ci_InitCameraContext(scratch);
-    ci_sensor_t sensor{};
-    const ci_error_code parsed = ci_ParseSensorFile(scratch, sensorFile.c_str(), &sensor);
-    EXPECT_EQ(parsed, CI_PARSE_SUCCESS) << "cannot seed a device from " << sensorFile;
-    if (base == kFileBase) base = sensor.shipAddr;
-    BusDevice& dev = addDevice(base, sensor.reg_addr_size, sensor.reg_data_size);
-    scratch->sensor = &sensor;
+    ParseCamera scratch;
+    const bool parsed = scratch.parse(sensorFile) == CI_PARSE_SUCCESS;
+    EXPECT_TRUE(parsed) << "cannot seed a device from " << sensorFile;
+    if (!parsed) return addDevice(base == kFileBase ? 0 : base, 8, 8);
+    const ci_sensor_t& sensor = *scratch.sensor();
+    BusDevice& dev = addDevice(base == kFileBase ? sensor.shipAddr : base, sensor.reg_addr_size, sensor.reg_data_size);
     const ci_u32 step = ci_GetAddrIncrement(scratch, CI_REG_ADDR);
     const ci_u32 wordBits = sensor.reg_data_size;
-    for (ci_s32 i = 0; parsed == CI_PARSE_SUCCESS && i < sensor.num_regs; i++) {
+    for (ci_s32 i = 0; i < sensor.num_regs; i++) {
         const ci_reg_data_t& reg = sensor.regs[i];
         if (reg.addr_space != NULL && reg.addr_space->type != CI_REG_ADDR) continue;
         const ci_u32 span = std::max<ci_u32>(reg.addr_span, 1);
         for (ci_u32 k = 0; k < span; k++) {
             const ci_u32 shift = (span - 1 - k) * wordBits;
-            const ci_u32 word = shift >= 32 ? 0 : cutToWidth(reg.default_val >> shift, wordBits);
-            dev.seed(reg.reg_addr + k * step, word);
+            dev.seed(reg.reg_addr + k * step, shift >= 32 ? 0 : cutToWidth(reg.default_val >> shift, wordBits));
         }
     }
-    scratch->sensor = NULL;
-    ci_DestructSensor(&sensor);
-    ci_FreeCameraContext(scratch);
-    free(scratch);
     return dev;
 }
 

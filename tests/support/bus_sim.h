@@ -2,47 +2,24 @@
 // A simulated two-wire (I2C-style) serial bus with register devices, for
 // tests that need hardware behind a camera.
 //
-// Devices
-//   A device sits at an 8-bit serial base address and holds a register file
-//   (register address -> value) with its own address and data widths.
-//   Registers that were never given a value read as 0.  A base with no
-//   device does not acknowledge: every transaction there fails with
-//   CI_I2C_NACK_ERROR.  A device can be seeded from a sensor data file: it
-//   takes the file's base address and widths and every plain register's
-//   reset value (registers spanning several addresses are split into their
-//   bus words, most significant first).
-//
-// Scripted behaviour
-//   - Triggers: a write of a given value (under a mask) to one register
-//     makes another register take a new value, at once or only after it has
-//     been read a number of times (a status bit that comes up later).  This
-//     models fuse and revision registers that become readable, or change,
-//     only after a sequence of writes.
-//   - Reset line: asserting reset puts every device on the line back to its
-//     seeded register file (triggered changes are undone).  The camera's
-//     CI_SENSOR_RESET mode drives the line: value 1 asserts it, 0 releases
-//     it (and is then handed to the library's own mode handling).
-//   - Faults: every transaction at a base can be made to fail with a given
-//     code (a bus error, a time-out) instead of being answered.
-//   - An observer called after every transaction (to act from inside a
-//     running operation, e.g. cancel it from another thread).
-//
-// Transactions
-//   Every access is logged with its base, register, direction, widths,
-//   value and result, and counted per base.  Values are cut to the data
-//   width of the transaction.
-//
-// Attaching to a camera
-//   attach() makes the simulator the camera's transport: the context's
-//   unlocked register hooks read and write the bus (raw accesses with the
+// - A device sits at an 8-bit base address and holds a register file with
+//   its own address and data widths; unset registers read as 0.  A base
+//   without a device answers every transaction with CI_I2C_NACK_ERROR.
+//   addSensorFromFile() seeds a device with a sensor data file's base,
+//   widths and reset values (multi-word registers split most significant
+//   word first).
+// - Triggers: a write of a value (under a mask) to one register gives
+//   another register a new value, at once or after it has been read a
+//   number of times (fuse and status registers that come up later).
+// - Reset line: asserting it restores every connected device's seeded
+//   registers.  CI_SENSOR_RESET drives it (1 asserts, 0 releases).
+// - Faults: every transaction at a base can fail with a chosen code.
+// - Every transaction is logged (values cut to the data width) and passed
+//   to an optional observer.
+// - attach() makes the simulator a camera's transport: raw accesses use the
 //   calling thread's CI_REG_ADDR_SIZE / CI_REG_DATA_SIZE, sensor-register
-//   runs at the sensor's base with the sensor's widths after selecting the
-//   address space, as a board transport does), the camera's register slots
-//   are the library's locking routines, and setMode/getMode handle the reset
-//   line.  SimCamera builds such a camera from scratch and frees it.
-//
-// Address spaces are not modelled inside devices: a page-select register is
-// an ordinary register of its device.
+//   runs use the sensor's base and widths after selecting the address space.
+//   Page-select registers are ordinary device registers.
 #include <functional>
 #include <map>
 #include <string>

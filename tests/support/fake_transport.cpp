@@ -32,34 +32,25 @@ const char* deviceName(ci_camera_t* camera) {
     return static_cast<FakeCameraState*>(_ctx(camera)->transport_context)->deviceName;
 }
 
-void threadSizes(ci_camera_t* camera, ci_u32* addrSize, ci_u32* dataSize) {
-    _tl_context_t* view = _thread_local_context(camera);
-    *addrSize = (ci_u32)view->reg_addr_size;
-    *dataSize = (ci_u32)view->reg_data_size;
-}
-
-ci_error_code busAccess(ci_camera_t* camera, bool write, ci_u32 base, ci_u32 reg, ci_u32* value) {
+// The register an access reaches, or NULL when the bus is set to fail.
+ci_u32* busAccess(ci_camera_t* camera, ci_u32 base, ci_u32 reg) {
     FakeBus& bus = gActive->bus();
-    FakeBus::Access access{write, base, reg, 0, 0, 0};
-    threadSizes(camera, &access.addrSize, &access.dataSize);
-    if (bus.failWith != CI_CAMERA_SUCCESS) return bus.failWith;
-    if (write) {
-        bus.regs[{base, reg}] = *value;
-    } else {
-        auto it = bus.regs.find({base, reg});
-        *value = it == bus.regs.end() ? 0 : it->second;
-    }
-    access.value = *value;
-    bus.log.push_back(access);
-    return CI_CAMERA_SUCCESS;
+    if (bus.failWith != CI_CAMERA_SUCCESS) return nullptr;
+    _tl_context_t* view = _thread_local_context(camera);
+    bus.log.push_back({base, (ci_u32)view->reg_addr_size, (ci_u32)view->reg_data_size});
+    return &bus.regs[{base, reg}];
 }
 
 ci_error_code fakeReadRegister(ci_camera_t* camera, ci_u32 base, ci_u32 reg, ci_u32* value) {
-    return busAccess(camera, false, base, reg, value);
+    ci_u32* r = busAccess(camera, base, reg);
+    if (r) *value = *r;
+    return r ? CI_CAMERA_SUCCESS : gActive->bus().failWith;
 }
 
 ci_error_code fakeWriteRegister(ci_camera_t* camera, ci_u32 base, ci_u32 reg, ci_u32 value) {
-    return busAccess(camera, true, base, reg, &value);
+    ci_u32* r = busAccess(camera, base, reg);
+    if (r) *r = value;
+    return r ? CI_CAMERA_SUCCESS : gActive->bus().failWith;
 }
 
 void attachSensor(ci_camera_t* camera, const std::string& file) {

@@ -33,11 +33,11 @@ struct FakeCall {
 };
 
 // The devices on the fake cameras' serial bus: registers keyed by (base,
-// register), with the serial sizes of the calling thread at each access.
+// register), and the base and the calling thread's serial sizes of each
+// successful access.
 struct FakeBus {
     struct Access {
-        bool write;
-        ci_u32 base, reg, value, addrSize, dataSize;
+        ci_u32 base, addrSize, dataSize;
     };
     std::map<std::pair<ci_u32, ci_u32>, ci_u32> regs;
     std::vector<Access> log;
@@ -59,14 +59,13 @@ public:
     // Fake cameras allocated and not yet freed.
     int liveCameras() const { return live_; }
 
-    // Builds one camera the way the row's transport would.
-    ci_camera_t* makeCamera(ci_u32 flag);
-
     // Used by the installed entry points.
     ci_error_code open(int row, ci_camera_t** cameras, ci_s32* n, const char* path, const char* plugin);
     void close(int row, ci_s32 n, ci_camera_t** cameras);
 
 private:
+    // Builds one camera the way the row's transport would.
+    ci_camera_t* makeCamera(ci_u32 flag);
     void freeCamera(ci_camera_t* camera);
 
     _transport_t saved_[CI_NUM_TRANSPORTS];

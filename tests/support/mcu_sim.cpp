@@ -5,38 +5,9 @@
 namespace {
 
 McuSim* of(ci_camera_t* c) {
-    return static_cast<McuSim*>(_ctx(c)->transport_context);
+    return static_cast<McuSim*>(static_cast<HookedTransport*>(_ctx(c)->transport_context));
 }
 
-ci_u32 sensorBits(ci_camera_t* c) {
-    return c->sensor ? c->sensor->reg_data_size : 16;
-}
-
-// Raw transfers use the calling thread's data width, as a board does.
-ci_u32 rawBits(ci_camera_t* c) {
-    ci_u32 bits = 16;
-    ci_getMode(c, CI_REG_DATA_SIZE, &bits);
-    return bits;
-}
-
-ci_error_code readSensor(ci_camera_t* c, ci_u32, ci_u32 start, ci_u32 n, ci_u32* vals) {
-    return of(c)->run(McuSim::Sensor, false, c->sensor->shipAddr, start, n, sensorBits(c), vals);
-}
-ci_error_code writeSensor(ci_camera_t* c, ci_u32, ci_u32 start, ci_u32 n, ci_u32* vals) {
-    return of(c)->run(McuSim::Sensor, true, c->sensor->shipAddr, start, n, sensorBits(c), vals);
-}
-ci_error_code readReg(ci_camera_t* c, ci_u32 base, ci_u32 addr, ci_u32* val) {
-    return of(c)->run(McuSim::Raw, false, base, addr, 1, rawBits(c), val);
-}
-ci_error_code writeReg(ci_camera_t* c, ci_u32 base, ci_u32 addr, ci_u32 val) {
-    return of(c)->run(McuSim::Raw, true, base, addr, 1, rawBits(c), &val);
-}
-ci_error_code readRegs(ci_camera_t* c, ci_u32 base, ci_u32 start, ci_u32 n, ci_u32* vals) {
-    return of(c)->run(McuSim::Raw, false, base, start, n, rawBits(c), vals);
-}
-ci_error_code writeRegs(ci_camera_t* c, ci_u32 base, ci_u32 start, ci_u32 n, ci_u32* vals) {
-    return of(c)->run(McuSim::Raw, true, base, start, n, rawBits(c), vals);
-}
 ci_error_code readSystem(ci_camera_t* c, ci_addr_type type, ci_u32 space, ci_u32 start, ci_u32 bits, ci_u32 n,
                          ci_u32* vals) {
     return of(c)->system(false, type, space, start, bits, n, vals);
@@ -50,10 +21,6 @@ ci_u32 bytesOf(ci_u32 bits) {
     return bits >= 8 ? bits / 8 : 1;
 }
 
-ci_u32 defaultType(int style) {
-    return (ci_u32)style;
-}
-
 // Pending-status key of the far-bus master (outside the SFR offsets used).
 const ci_u32 kMasterKey = 0x80000000u;
 
@@ -61,7 +28,7 @@ const ci_u32 kMasterKey = 0x80000000u;
 
 SensorBuilder McuSim::sensor(int style, ci_u32 sensorType, ci_u32 version) {
     SensorBuilder b;
-    b.model(sensorType ? sensorType : defaultType(style)).version(version).widths(16, 16).shipAddr(0x20);
+    b.model(sensorType ? sensorType : (ci_u32)style).version(version).widths(16, 16).shipAddr(0x20);
     b.selectors(0, 0).space("REGS", 0);
     for (ci_u32 d = 0; d < 8; ++d) b.space(("VAR" + std::to_string(d)).c_str(), d, CI_MCU_ADDR);
     for (ci_u32 s = 0; s < 4; ++s) b.space(("SFR" + std::to_string(s)).c_str(), s, CI_SFR_ADDR);
@@ -83,8 +50,6 @@ SensorBuilder McuSim::sensor(int style, ci_u32 sensorType, ci_u32 version) {
         case 71:
             b.reg("ADVANCED_BASE", kAdvBase, 0xFFFFFFFF).span(2);
             break;
-        default:
-            break;
     }
     return b;
 }
@@ -103,18 +68,8 @@ void McuSim::addFarMaster(SensorBuilder& b) {
     b.reg("RXBUFFER_DATA_REGISTER_1", kRx);
 }
 
-McuSim::McuSim(int style) : style_(style) {}
-
 void McuSim::attach(ci_camera_t* camera) {
-    camera_ = camera;
-    _common_context_t* ctx = _ctx(camera);
-    ctx->transport_context = this;
-    ctx->readSensorRegistersNolock = readSensor;
-    ctx->writeSensorRegistersNolock = writeSensor;
-    ctx->readRegisterNolock = readReg;
-    ctx->writeRegisterNolock = writeReg;
-    ctx->readRegistersNolock = readRegs;
-    ctx->writeRegistersNolock = writeRegs;
+    install(camera);
     camera->getMode = _GetMode;
     camera->setMode = _SetMode;
 }
@@ -137,36 +92,9 @@ void McuSim::store(Memory& m, ci_u32 bank, ci_u32 offset, int width, ci_u32 v) {
     for (int k = 0; k < width; ++k) m[{bank, offset + (ci_u32)k}] = (ci_u8)(v >> (8 * (width - 1 - k)));
 }
 
-ci_u32 McuSim::ind(ci_u32 offset) const {
-    auto it = ind_.find(offset);
-    return it == ind_.end() ? 0u : it->second;
-}
-
-ci_u32 McuSim::reg(ci_u32 addr) const {
-    auto it = regs_.find(addr);
-    return it == regs_.end() ? 0u : it->second;
-}
-
-void McuSim::addFarDevice(ci_u32 base, ci_u32 addrBytes) {
-    farDevs_[base].addrBytes = addrBytes;
-}
-
-ci_u32 McuSim::far(ci_u32 base, ci_u32 addr, int bytes) const {
-    ci_u32 v = 0;
-    const auto& mem = farDevs_.at(base).mem;
-    for (int k = 0; k < bytes; ++k) {
-        auto it = mem.find(addr + (ci_u32)k);
-        v = (v << 8) | (it == mem.end() ? 0u : it->second);
-    }
-    return v;
-}
-
-void McuSim::setFar(ci_u32 base, ci_u32 addr, int bytes, ci_u32 v) {
-    for (int k = 0; k < bytes; ++k) farDevs_.at(base).mem[addr + (ci_u32)k] = (ci_u8)(v >> (8 * (bytes - 1 - k)));
-}
-
-void McuSim::failAt(ci_u32 addr, ci_error_code code, int times, int skip) {
-    failures_.push_back(Failure{addr, code, times, skip});
+ci_u32 McuSim::at(const std::map<ci_u32, ci_u32>& m, ci_u32 key) {
+    auto it = m.find(key);
+    return it == m.end() ? 0u : it->second;
 }
 
 bool McuSim::scriptedFailure(ci_u32 addr, ci_error_code* code) {
@@ -184,7 +112,13 @@ bool McuSim::scriptedFailure(ci_u32 addr, ci_error_code* code) {
     return false;
 }
 
-ci_error_code McuSim::run(Kind kind, bool write, ci_u32 base, ci_u32 start, ci_u32 n, ci_u32 bits, ci_u32* vals) {
+// Sensor-register runs move words of the sensor's data width; raw transfers
+// use the calling thread's data width, as a board does.
+ci_error_code McuSim::hook(Call call, ci_u32 base, ci_u32, ci_u32 start, ci_u32 n, ci_u32* vals) {
+    const bool write = isWrite(call);
+    const Kind kind = isSensorRun(call) ? Sensor : Raw;
+    ci_u32 bits = camera_->sensor->reg_data_size;
+    if (kind == Raw) ci_getMode(camera_, CI_REG_DATA_SIZE, &bits);
     ci_error_code code = CI_CAMERA_SUCCESS;
     if (!scriptedFailure(start, &code)) {
         code = kind == Raw && base != camera_->sensor->shipAddr ? CI_I2C_NACK_ERROR : CI_CAMERA_SUCCESS;
@@ -229,9 +163,9 @@ void McuSim::portValue(bool write, ci_u32 bits, ci_u32* v) {
 
 bool McuSim::windowTarget(ci_u32 addr, ci_u32 bytes, Memory** m, ci_u32* bank, ci_u32* offset) {
     if ((style_ == 54 || style_ == 55) && addr >= 0x8000) {
-        *m = addr + bytes > 0x10000 ? nullptr : (logical ? &vars_ : &sfrs_);
-        *bank = logical ? (addr >> 10) & 0x1F : region;
-        *offset = logical ? addr & 0x3FF : (a15 << 15) | (addr & 0x7FFF);
+        *m = addr + bytes > 0x10000 ? nullptr : (logical_ ? &vars_ : &sfrs_);
+        *bank = logical_ ? (addr >> 10) & 0x1F : region_;
+        *offset = logical_ ? addr & 0x3FF : (a15_ << 15) | (addr & 0x7FFF);
         return true;
     }
     if (style_ == 71 && addr >= 0xE000 && addr < 0xF000) {
@@ -271,8 +205,8 @@ void McuSim::pointPort(bool sfr, ci_u32 word) {
     port_.word = word;
     port_.byte = (word & 0x8000) != 0;
     if (sfr) {
-        port_.bank = style_ == 16 ? 0 : region;
-        port_.ptr = (style_ == 16 ? 0 : a15 << 15) | (word & 0x7FFF);
+        port_.bank = style_ == 16 ? 0 : region_;
+        port_.ptr = (style_ == 16 ? 0 : a15_ << 15) | (word & 0x7FFF);
     } else if (style_ == 16) {
         port_.bank = (word >> 8) & 0x1F;
         port_.ptr = word & 0xFF;
@@ -294,15 +228,14 @@ ci_u32 McuSim::portWord(bool logicalReg) const {
 void McuSim::writeRegister(ci_u32 addr, ci_u32 v) {
     v &= 0xFFFF;
     regs_[addr] = v;
-    const bool paged = style_ == 44 || style_ == 54 || style_ == 55;
-    if (addr == kCtl && paged) {
-        region = (v >> 6) & 3;
-        a15 = v & 1;
-    } else if (addr == kPhys && paged) {
-        logical = false;
+    if (addr == kCtl && paged()) {
+        region_ = (v >> 6) & 3;
+        a15_ = v & 1;
+    } else if (addr == kPhys && paged()) {
+        logical_ = false;
         pointPort(true, v);
     } else if (addr == kAddr && style_ != 71) {
-        if (style_ != 16) logical = true;
+        if (style_ != 16) logical_ = true;
         pointPort(style_ == 16 && !(v & 0x2000), v);
     } else if (addr == kIndAddr) {
         indAddr_ = v;
@@ -314,8 +247,7 @@ void McuSim::writeRegister(ci_u32 addr, ci_u32 v) {
 }
 
 ci_u32 McuSim::readRegister(ci_u32 addr) {
-    const bool paged = style_ == 44 || style_ == 54 || style_ == 55;
-    if (addr == kCtl && paged) return (region << 6) | (logical ? 0 : 4) | a15;
+    if (addr == kCtl && paged()) return (region_ << 6) | (logical_ ? 0 : 4) | a15_;
     if ((addr == kAddr || addr == kPhys) && style_ != 71) return portWord(addr == kAddr);
     if (addr == kIndData || addr == kIndRead) return ind(indAddr_);
     if (addr == kMasterStatus) pollStatus(kMasterKey);
@@ -375,11 +307,12 @@ void McuSim::runMaster(ci_u32 control) {
     auto dev = farDevs_.find(base);
     const bool ok = dev != farDevs_.end() && n >= dev->second.addrBytes;
     if (ok) {
+        const ci_u32 addrBytes = dev->second.addrBytes;
         ci_u32 addr = 0;
-        for (ci_u32 i = 0; i < dev->second.addrBytes; ++i) addr = (addr << 8) | tx[i];
-        for (ci_u32 i = dev->second.addrBytes; i < n; ++i) dev->second.mem[addr + i - dev->second.addrBytes] = tx[i];
+        for (ci_u32 i = 0; i < addrBytes; ++i) addr = (addr << 8) | tx[i];
+        for (ci_u32 i = addrBytes; i < n; ++i) store(dev->second.mem, 0, addr + i - addrBytes, 1, tx[i]);
         for (ci_u32 k = 0; k < rxCount; ++k) {
-            const ci_u32 byte = dev->second.mem.count(addr + k) ? dev->second.mem[addr + k] : 0;
+            const ci_u32 byte = load(dev->second.mem, 0, addr + k, 1);
             ci_u32& word = regs_[kRx + 2 * (k / 2)];
             word = k % 2 ? (word & 0xFF00) | byte : byte << 8;
         }

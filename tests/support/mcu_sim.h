@@ -14,44 +14,36 @@
 // byte-addressed memories.
 //
 // Protocol registers (16-bit addresses and data, registers 2 apart):
-//   0x0982 ACCESS_CTL_STAT   write: region = bits 7..6, address bit 15 = bit 0;
-//                            read adds bit 2 = physical state
-//   0x098A physical address  ("PHYSICAL_ADDR_ACCESS" in style 44,
-//                            "PHYSICAL_ADDRESS_ACCESS" in 54/55): points the
-//                            port at SFR (region, a15 << 15 | word & 0x7FFF)
-//                            and selects physical state
-//   0x098C logical address   ("MCU_ADDRESS" in 16/44, "LOGICAL_ADDRESS_ACCESS"
-//                            in 54/55): points the port at a variable and
-//                            selects logical state.  Style 16 words name a
-//                            variable (driver << 8 | offset) with bit 13 set,
-//                            else an SFR (offset & 0x7FFF).
-//                            Bit 15 of every address word selects byte access.
-//   0x0990..0x099F data port ("MCU_DATA_0", "MCU_DATA_1" / "MCU_VARIABLE_DATA0",
-//                            "MCU_VARIABLE_DATA1"): every value of a transfer
-//                            that starts in this range moves through the port,
-//                            which auto-increments.  Word mode: a value is
-//                            data-size / 8 bytes.  Byte mode: a value is one
-//                            byte: an 8-bit value itself, otherwise the low
-//                            half (styles 16, 44) or the upper half (54, 55).
-//                            Address registers read back the port's pointer.
-//   0x8000..0xFFFF           styles 54/55: the mapped window; logical state
-//                            shows variable (A >> 10 & 0x1F, A & 0x3FF),
-//                            physical state SFR (region, a15 << 15 | A & 0x7FFF)
-//   0x3000/0x3002            style 71: "ADVANCED_BASE" (span 2: upper, lower word)
-//   0xE000..0xEFFF           style 71: SFRs of space 0 at ADVANCED_BASE + (A - 0xE000)
-//   0x3100/0x3102(/0x3104)   indirect address and data (or write and read) ports
-//   0x3200.. far-bus master  control 0x3200, status 0x3202, transmit count
-//                            0x3204, transmit buffer 0x3210.., receive 0x3220..
+//   0x0982 ACCESS_CTL_STAT  write: region = bits 7..6, address bit 15 = bit 0;
+//                           read adds bit 2 = physical state
+//   0x098A physical address points the port at SFR (region, a15 << 15 | word &
+//                           0x7FFF) and selects physical state
+//   0x098C logical address  points the port at a variable and selects logical
+//                           state; style 16 words name a variable (driver << 8
+//                           | offset) with bit 13 set, else an SFR.  Bit 15 of
+//                           every address word selects byte access.
+//   0x0990..0x099F          the auto-incrementing data port: a value is data
+//                           size / 8 bytes, or in byte mode one byte (8-bit
+//                           values as such, else the low half in styles 16/44,
+//                           the upper half in 54/55)
+//   0x8000..0xFFFF          styles 54/55: the mapped window; logical state shows
+//                           variable (A >> 10 & 0x1F, A & 0x3FF), physical state
+//                           SFR (region, a15 << 15 | A & 0x7FFF)
+//   0x3000/0x3002, 0xE000.. style 71: "ADVANCED_BASE" (upper, lower word) and its
+//                           window onto SFR space 0 at ADVANCED_BASE + (A - 0xE000)
+//   0x3100/0x3102(/0x3104)  indirect address and data (or write and read) ports
+//   0x3200..                far-bus master: control, status 0x3202, transmit
+//                           count 0x3204, buffers 0x3210.. (tx) and 0x3220.. (rx)
 // Style 71 also models the far-bus probe masters in SFR space 0: 16-bit at
 // 0x94000 (sensor type 71) and 32-bit at 0x290000 (types 103, 110, 111).
 #include <map>
-#include <set>
 #include <utility>
 #include <vector>
 
+#include "recording_transport.h"
 #include "sensor_builder.h"
 
-class McuSim {
+class McuSim : public HookedTransport {
 public:
     static constexpr ci_u32 kCtl = 0x0982, kPhys = 0x098A, kAddr = 0x098C, kData = 0x0990, kDataEnd = 0x09A0;
     static constexpr ci_u32 kAdvBase = 0x3000, kIndAddr = 0x3100, kIndData = 0x3102, kIndRead = 0x3104;
@@ -70,8 +62,9 @@ public:
     // Adds the far-bus master registers.
     static void addFarMaster(SensorBuilder& b);
 
-    explicit McuSim(int style);
-    // Becomes the camera's transport (hooks, mode functions).
+    explicit McuSim(int style) : style_(style) {}
+    // Becomes the camera's transport, with mode functions (without them the
+    // direct-access switch is taken as off).
     void attach(ci_camera_t* camera);
 
     // Memories.
@@ -79,20 +72,14 @@ public:
     void setVar(ci_u32 driver, ci_u32 offset, int width, ci_u32 v) { store(vars_, driver, offset, width, v); }
     ci_u32 sfr(ci_u32 space, ci_u32 offset, int width) const { return load(sfrs_, space, offset, width); }
     void setSfr(ci_u32 space, ci_u32 offset, int width, ci_u32 v) { store(sfrs_, space, offset, width, v); }
-    ci_u32 ind(ci_u32 offset) const;
+    ci_u32 ind(ci_u32 offset) const { return at(ind_, offset); }
     void setInd(ci_u32 offset, ci_u32 v) { ind_[offset] = v; }
-    ci_u32 reg(ci_u32 addr) const;
-
-    // MCU access state.
-    bool logical = true;
-    ci_u32 region = 0, a15 = 0;
-    ci_u32 advBase() const { return (reg(kAdvBase) << 16) | reg(kAdvBase + 2); }
 
     // The far bus: devices by 8-bit bus address, with addrBytes-byte
     // register addresses.
-    void addFarDevice(ci_u32 base, ci_u32 addrBytes = 1);
-    ci_u32 far(ci_u32 base, ci_u32 addr, int bytes) const;
-    void setFar(ci_u32 base, ci_u32 addr, int bytes, ci_u32 v);
+    void addFarDevice(ci_u32 base, ci_u32 addrBytes = 1) { farDevs_[base].addrBytes = addrBytes; }
+    ci_u32 far(ci_u32 base, ci_u32 addr, int bytes) const { return load(farDevs_.at(base).mem, 0, addr, bytes); }
+    void setFar(ci_u32 base, ci_u32 addr, int bytes, ci_u32 v) { store(farDevs_.at(base).mem, 0, addr, bytes, v); }
     // Status reads a started master (probe or far-bus) stays busy for; -1
     // keeps it busy for ever.
     int busyReads = 2;
@@ -125,10 +112,12 @@ public:
 
     // Transfers starting at addr (system transfers: at that offset) fail
     // with code `times` times (-1: always), after `skip` have passed.
-    void failAt(ci_u32 addr, ci_error_code code, int times = 1, int skip = 0);
+    void failAt(ci_u32 addr, ci_error_code code, int times = 1, int skip = 0) {
+        failures_.push_back(Failure{addr, code, times, skip});
+    }
 
     // Used by the hooks.
-    ci_error_code run(Kind kind, bool write, ci_u32 base, ci_u32 start, ci_u32 n, ci_u32 bits, ci_u32* vals);
+    ci_error_code hook(Call call, ci_u32 base, ci_u32 space, ci_u32 start, ci_u32 n, ci_u32* vals) override;
     ci_error_code system(bool write, ci_addr_type type, ci_u32 space, ci_u32 start, ci_u32 bits, ci_u32 n,
                          ci_u32* vals);
 
@@ -142,7 +131,7 @@ private:
     };
     struct FarDevice {
         ci_u32 addrBytes;
-        std::map<ci_u32, ci_u8> mem;
+        Memory mem;  // one bank
     };
     struct Pending {
         ci_u32 offset;             // status SFR or register address
@@ -152,6 +141,10 @@ private:
     static ci_u32 load(const Memory& m, ci_u32 bank, ci_u32 offset, int width);
     static void store(Memory& m, ci_u32 bank, ci_u32 offset, int width, ci_u32 v);
 
+    static ci_u32 at(const std::map<ci_u32, ci_u32>& m, ci_u32 key);
+    ci_u32 reg(ci_u32 addr) const { return at(regs_, addr); }
+    ci_u32 advBase() const { return (reg(kAdvBase) << 16) | reg(kAdvBase + 2); }
+    bool paged() const { return style_ == 44 || style_ == 54 || style_ == 55; }
     bool scriptedFailure(ci_u32 addr, ci_error_code* code);
     ci_error_code access(bool write, ci_u32 addr, ci_u32 bits, ci_u32* v);
     void portValue(bool write, ci_u32 bits, ci_u32* v);
@@ -167,7 +160,8 @@ private:
     void runMaster(ci_u32 control);
 
     int style_;
-    ci_camera_t* camera_ = nullptr;
+    bool logical_ = true;  // the access state: logical or physical, region and address bit 15
+    ci_u32 region_ = 0, a15_ = 0;
     Memory vars_, sfrs_;
     std::map<ci_u32, ci_u32> ind_;
     std::map<ci_u32, ci_u32> regs_;
@@ -199,6 +193,14 @@ public:
 
     operator ci_camera_t*() const { return cam.get(); }
     _sg_context_t* shared() const { return cam.context()->sg_context; }
-    // The cached value of a register of the description, when valid.
-    bool cached(const char* name, ci_u32* v) const { return ci_GetRegCacheValueReg(cam, cam.reg(name), v) == 0; }
+    ci_s64 cached(const char* name) const { return cam.cached(name); }
+    // ci_ReadVar / ci_ReadSfr: the value read, or -1 on failure.
+    ci_s64 readVar(ci_u32 driver, ci_u32 offset, ci_s32 width) const {
+        ci_u32 v = 0;
+        return ci_ReadVar(cam, driver, offset, width, &v) ? -1 : (ci_s64)v;
+    }
+    ci_s64 readSfr(ci_u32 space, ci_u32 offset, ci_s32 width) const {
+        ci_u32 v = 0;
+        return ci_ReadSfr(cam, space, offset, width, &v) ? -1 : (ci_s64)v;
+    }
 };

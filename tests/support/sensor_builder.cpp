@@ -21,117 +21,11 @@ char* heapText(const char* text) {
 
 }  // namespace
 
-SensorBuilder::SensorBuilder() = default;
-
-SensorBuilder& SensorBuilder::name(const char* sensorName) {
-    name_ = sensorName;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::partNumber(const char* part) {
-    part_ = part;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::model(ci_u32 sensorType) {
-    model_ = sensorType;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::version(ci_u32 sensorVersion) {
-    version_ = sensorVersion;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::widths(ci_u32 addrBits, ci_u32 dataBits) {
-    addrBits_ = addrBits;
-    dataBits_ = dataBits;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::shipAddr(ci_u32 base) {
-    ship_ = base;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::selectors(ci_u32 readAddr, ci_u32 writeAddr) {
-    hasTable_ = true;
-    readSel_ = readAddr;
-    writeSel_ = writeAddr;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::space(const char* id, ci_u32 val, ci_addr_type type, ci_u32 farBase,
-                                    ci_u32 farAddrBits, ci_u32 farDataBits) {
-    hasTable_ = true;
-    spaces_.push_back(Space{id, val, type, farBase, farAddrBits, farDataBits});
-    return *this;
-}
-
-std::vector<SensorBuilder::Reg>& SensorBuilder::target() {
-    return inChip_ ? chips_.back().regs : regs_;
-}
-
 SensorBuilder::Reg& SensorBuilder::last() {
     if (target().empty()) {
         throw std::logic_error("SensorBuilder: add a register first");
     }
     return target().back();
-}
-
-SensorBuilder& SensorBuilder::reg(const char* regName, ci_u32 addr, ci_u32 mask) {
-    Reg r;
-    r.name = regName;
-    r.addr = addr;
-    r.mask = mask;
-    target().push_back(r);
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::field(const char* fieldName, ci_u32 mask) {
-    last().fields.push_back(Field{fieldName, mask});
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::in(const char* spaceId) {
-    last().space = spaceId;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::noSpace() {
-    last().noSpace = true;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::span(ci_u32 words) {
-    last().span = words;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::rw(ci_u32 access) {
-    last().rw = access;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::volatileReg() {
-    last().volat = 1;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::chip(const char* chipName, ci_u32 baseAddr) {
-    chips_.push_back(Chip{chipName, baseAddr, {}});
-    inChip_ = true;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::sensorRegs() {
-    inChip_ = false;
-    return *this;
-}
-
-SensorBuilder& SensorBuilder::longDesc(const char* regName, const char* fieldName, const char* text) {
-    longDescs_.push_back(LongDesc{regName, fieldName, text});
-    return *this;
 }
 
 void SensorBuilder::fillReg(const Reg& from, ci_reg_data_t* to, ci_addr_space_t* table) const {
@@ -239,8 +133,6 @@ void SensorBuilder::freeChips(ci_chip_t* chips, ci_s32 count) {
     free(chips);
 }
 
-TestCamera::TestCamera(const SensorBuilder& builder) : TestCamera(builder, nullptr) {}
-
 TestCamera::TestCamera(const SensorBuilder& builder, const std::function<void(ci_camera_t*)>& beforeCache)
     : camera_(static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)))) {
     snprintf(camera_->transportName, CI_STRING_LEN, "test");
@@ -261,22 +153,6 @@ TestCamera::~TestCamera() {
     camera_->sensor = nullptr;
     ci_FreeCameraContext(camera_);
     free(camera_);
-}
-
-ci_reg_data_t* TestCamera::reg(const char* name) const {
-    return _registerLookup(camera_, -1, name);
-}
-
-void TestCamera::useCache(ci_u32 mode) {
-    ci_setMode(camera_, CI_USE_REG_CACHE, mode);
-}
-
-LogCapture::LogCapture(ci_s32 mask) {
-    ci_OpenErrorLog(mask, dir_.file("log.txt").c_str());
-}
-
-LogCapture::~LogCapture() {
-    ci_CloseErrorLog();
 }
 
 std::string LogCapture::text() const {

@@ -26,37 +26,54 @@
 
 class SensorBuilder {
 public:
-    SensorBuilder();
-
     // Sensor-wide settings.
-    SensorBuilder& name(const char* sensorName);
-    SensorBuilder& partNumber(const char* part);
-    SensorBuilder& model(ci_u32 sensorType);
-    SensorBuilder& version(ci_u32 sensorVersion);
-    SensorBuilder& widths(ci_u32 addrBits, ci_u32 dataBits);
-    SensorBuilder& shipAddr(ci_u32 base);
+    SensorBuilder& name(const char* sensorName) { return set(name_, std::string(sensorName)); }
+    SensorBuilder& partNumber(const char* part) { return set(part_, std::string(part)); }
+    SensorBuilder& model(ci_u32 sensorType) { return set(model_, sensorType); }
+    SensorBuilder& version(ci_u32 sensorVersion) { return set(version_, sensorVersion); }
+    SensorBuilder& widths(ci_u32 addrBits, ci_u32 dataBits) {
+        return set(addrBits_, addrBits).set(dataBits_, dataBits);
+    }
+    SensorBuilder& shipAddr(ci_u32 base) { return set(ship_, base); }
 
     // Address-space table: selector register addresses (0 = none), then the
     // values in table order.
-    SensorBuilder& selectors(ci_u32 readAddr, ci_u32 writeAddr);
+    SensorBuilder& selectors(ci_u32 readAddr, ci_u32 writeAddr) {
+        return set(hasTable_, true).set(readSel_, readAddr).set(writeSel_, writeAddr);
+    }
     SensorBuilder& space(const char* id, ci_u32 val, ci_addr_type type = CI_REG_ADDR, ci_u32 farBase = 0,
-                         ci_u32 farAddrBits = 8, ci_u32 farDataBits = 8);
+                         ci_u32 farAddrBits = 8, ci_u32 farDataBits = 8) {
+        spaces_.push_back(Space{id, val, type, farBase, farAddrBits, farDataBits});
+        return set(hasTable_, true);
+    }
 
     // Registers, in file order; the modifiers apply to the last one added.
-    SensorBuilder& reg(const char* regName, ci_u32 addr, ci_u32 mask = 0xFFFF);
-    SensorBuilder& field(const char* fieldName, ci_u32 mask);
-    SensorBuilder& in(const char* spaceId);
-    SensorBuilder& noSpace();
-    SensorBuilder& span(ci_u32 words);
-    SensorBuilder& rw(ci_u32 access);
-    SensorBuilder& volatileReg();
+    SensorBuilder& reg(const char* regName, ci_u32 addr, ci_u32 mask = 0xFFFF) {
+        target().push_back(Reg{regName, addr, mask, 1, 1, 0, "", false, {}});
+        return *this;
+    }
+    SensorBuilder& field(const char* fieldName, ci_u32 mask) {
+        last().fields.push_back(Field{fieldName, mask});
+        return *this;
+    }
+    SensorBuilder& in(const char* spaceId) { return set(last().space, std::string(spaceId)); }
+    SensorBuilder& noSpace() { return set(last().noSpace, true); }
+    SensorBuilder& span(ci_u32 words) { return set(last().span, words); }
+    SensorBuilder& rw(ci_u32 access) { return set(last().rw, access); }
+    SensorBuilder& volatileReg() { return set(last().volat, 1u); }
 
     // A board chip; registers added after it belong to it until sensorRegs().
-    SensorBuilder& chip(const char* chipName, ci_u32 baseAddr = 0);
-    SensorBuilder& sensorRegs();
+    SensorBuilder& chip(const char* chipName, ci_u32 baseAddr = 0) {
+        chips_.push_back(Chip{chipName, baseAddr, {}});
+        return set(inChip_, true);
+    }
+    SensorBuilder& sensorRegs() { return set(inChip_, false); }
 
     // Long descriptions (null texts stay absent).
-    SensorBuilder& longDesc(const char* regName, const char* fieldName, const char* text);
+    SensorBuilder& longDesc(const char* regName, const char* fieldName, const char* text) {
+        longDescs_.push_back(LongDesc{regName, fieldName, text});
+        return *this;
+    }
 
     // The sensor record, heap-allocated; free with ci_DestructSensor + free.
     ci_sensor_t* build() const;
@@ -88,12 +105,15 @@ private:
         std::vector<Reg> regs;
     };
     struct LongDesc {
-        const char* reg;
-        const char* field;
-        const char* text;
+        const char *reg, *field, *text;
     };
 
-    std::vector<Reg>& target();
+    template <typename T>
+    SensorBuilder& set(T& member, T value) {
+        member = value;
+        return *this;
+    }
+    std::vector<Reg>& target() { return inChip_ ? chips_.back().regs : regs_; }
     Reg& last();
     void fillReg(const Reg& from, ci_reg_data_t* to, ci_addr_space_t* table) const;
 
@@ -114,11 +134,10 @@ private:
 // RecordingTransport.  Converts to ci_camera_t*.
 class TestCamera {
 public:
-    explicit TestCamera(const SensorBuilder& builder);
     // beforeCache runs after the contexts exist and before the register cache
     // is set up (whose invalidation already reads the MCU access registers):
     // the place to attach a transport that should see that traffic.
-    TestCamera(const SensorBuilder& builder, const std::function<void(ci_camera_t*)>& beforeCache);
+    explicit TestCamera(const SensorBuilder& builder, const std::function<void(ci_camera_t*)>& beforeCache = {});
     ~TestCamera();
     TestCamera(const TestCamera&) = delete;
     TestCamera& operator=(const TestCamera&) = delete;
@@ -127,9 +146,14 @@ public:
     operator ci_camera_t*() const { return camera_; }
     _common_context_t* context() const { return _ctx(camera_); }
     ci_sensor_t* sensor() const { return camera_->sensor; }
-    ci_reg_data_t* reg(const char* name) const;
+    ci_reg_data_t* reg(const char* name) const { return _registerLookup(camera_, -1, name); }
+    // The register's cached value, or -1 when its entry is not valid.
+    ci_s64 cached(const char* name) const {
+        ci_u32 v = 0;
+        return ci_GetRegCacheValueReg(camera_, reg(name), &v) == 0 ? (ci_s64)v : -1;
+    }
     // The calling thread's cache setting (0 device, 1 cache, 2 cache only).
-    void useCache(ci_u32 mode);
+    void useCache(ci_u32 mode) { ci_setMode(camera_, CI_USE_REG_CACHE, mode); }
 
 private:
     ci_camera_t* camera_;
@@ -139,8 +163,8 @@ private:
 // scratch directory with the given level mask) for the object's lifetime.
 class LogCapture {
 public:
-    explicit LogCapture(ci_s32 mask = CI_LOG_ALL);
-    ~LogCapture();
+    explicit LogCapture(ci_s32 mask = CI_LOG_ALL) { ci_OpenErrorLog(mask, dir_.file("log.txt").c_str()); }
+    ~LogCapture() { ci_CloseErrorLog(); }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
