@@ -330,6 +330,10 @@ void _free_common_context(ci_camera_t* camera);
 void _init_global_context(ci_camera_t* camera);
 void _free_global_context(ci_camera_t* camera);
 _tl_context_t* _thread_local_context(ci_camera_t* camera);
+// The calling thread's cache setting (0 device, 1 cache when valid, 2 cache
+// only).  Threads that never entered share the camera's own view, which any
+// of them may change, so the setting is read atomically.
+ci_s32 _threadCacheUse(ci_camera_t* camera);
 ci_error_code _SetMode(ci_camera_t* camera, ci_modes mode, ci_u32 val);
 ci_error_code _GetMode(ci_camera_t* camera, ci_modes mode, ci_u32* val);
 // Board output clock (CI_OUTPUT_CLOCK_FREQ).

@@ -65,6 +65,11 @@ _tl_context_t* _thread_local_context(ci_camera_t* camera) {
     return &ctx->tl_context;
 }
 
+ci_s32 _threadCacheUse(ci_camera_t* camera) {
+    _tl_context_t* view = _thread_local_context(camera);
+    return view != NULL ? __atomic_load_n(&view->use_reg_cache, __ATOMIC_RELAXED) : 0;
+}
+
 ci_s32* _tl_setting(_tl_context_t* view, _tl_setting_t setting) {
     switch (setting) {
     case CK_TL_ADDR_SIZE: return &view->reg_addr_size;

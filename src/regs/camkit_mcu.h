@@ -11,7 +11,6 @@ ci_s32 _mcuWidth(ci_s32 is8);
 ci_u32 _mcuWidthMask(ci_s32 width);
 
 // The cache-use setting of the calling thread (0 device, 1 cache, 2 cache only).
-ci_s32 _mcuCacheUse(ci_camera_t* camera);
 
 // Cached single read shared by the variable, SFR and indirect paths.  Probes
 // the cache by record when reg is given, otherwise at (type, space, addr).

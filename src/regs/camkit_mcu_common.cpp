@@ -23,14 +23,10 @@ ci_u32 _mcuWidthMask(ci_s32 width) {
     return 0xFFFFFFFFu;
 }
 
-ci_s32 _mcuCacheUse(ci_camera_t* camera) {
-    const _tl_context_t* view = _thread_local_context(camera);
-    return view ? view->use_reg_cache : 0;
-}
 
 int _mcuCacheProbe(ci_camera_t* camera, ci_reg_data_t* reg, ci_addr_type type, ci_u32 space, ci_u32 addr,
                    ci_u32* val, ci_error_code* rc) {
-    const ci_s32 use = _mcuCacheUse(camera);
+    const ci_s32 use = _threadCacheUse(camera);
     if (use == 0) return 0;
     ci_u32 cached = 0;
     const bool hit = reg ? ci_GetRegCacheValueReg(camera, reg, &cached) == 0

@@ -46,7 +46,7 @@ void _updateAddrSpace(ci_camera_t* camera, ci_u32 space, ci_s32 read) {
     if (selectorAddr == 0) {
         return;
     }
-    if (_cacheUse(camera) != 0) {
+    if (_threadCacheUse(camera) != 0) {
         const ci_u32 cached = read ? _GetCachedReadAddrSpaceValue(camera) : _GetCachedWriteAddrSpaceValue(camera);
         if (cached == space) {
             return;

@@ -41,7 +41,7 @@ void runToCache(ci_camera_t* camera, ci_u32 space, ci_u32 start, ci_u32 step, ci
 }
 
 bool cached(ci_camera_t* camera) {
-    return _cacheUse(camera) != 0;
+    return _threadCacheUse(camera) != 0;
 }
 
 using SensorTransfer = ci_error_code (*)(ci_camera_t*, ci_u32, ci_u32, ci_u32, ci_u32*);

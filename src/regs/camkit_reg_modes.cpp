@@ -14,7 +14,3 @@ ScopedMode::~ScopedMode() {
     }
 }
 
-ci_s32 _cacheUse(ci_camera_t* camera) {
-    const _tl_context_t* view = _thread_local_context(camera);
-    return view ? view->use_reg_cache : 0;
-}

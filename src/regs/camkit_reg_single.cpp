@@ -20,7 +20,7 @@ ci_u32 aliasBits(const ci_reg_data_t* var) {
 // Serves a read from the cache when the thread asks for it.  Returns true
 // when the read is settled (a hit, or a miss in cache-only mode, in *rc).
 bool fromCache(ci_camera_t* camera, const ci_reg_data_t* reg, ci_u32* val, ci_error_code* rc) {
-    const ci_s32 use = _cacheUse(camera);
+    const ci_s32 use = _threadCacheUse(camera);
     if (use == 0) {
         return false;
     }

@@ -95,4 +95,3 @@ ci_u32 _joinWords(const ci_u32* words, ci_u32 count, ci_u32 dataBits);
 void _splitWords(ci_u32 value, ci_u32 count, ci_u32 dataBits, ci_u32* words);
 
 // The calling thread's cache setting for a camera (0, 1 or 2).
-ci_s32 _cacheUse(ci_camera_t* camera);
