@@ -11,25 +11,29 @@ jobs=${JOBS:-$(nproc)}
 fuzz_seconds=${FUZZ_SECONDS:-60}
 
 step() { printf '\n==== %s\n' "$*"; }
+summary=$(mktemp)
+trap 'rm -f "$summary"' EXIT
+# Runs ctest and keeps its closing line for the total at the end.
+run_ctest() { ctest "$@" | tee -a "$summary"; }
 
 step "build and test"
 cmake -S . -B build/test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=ON \
   -DCAMKIT_BUILD_TOOLS=ON >/dev/null
 cmake --build build/test -j "$jobs"
-ctest --test-dir build/test -j "$jobs" --output-on-failure
+run_ctest --test-dir build/test -j "$jobs" --output-on-failure
 
 step "AddressSanitizer + UndefinedBehaviorSanitizer"
 cmake -S . -B build/asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_SANITIZE=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=OFF \
   -DCAMKIT_BUILD_TOOLS=OFF >/dev/null
 cmake --build build/asan -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-  ctest --test-dir build/asan -j "$jobs" --output-on-failure
+  run_ctest --test-dir build/asan -j "$jobs" --output-on-failure
 
 step "ThreadSanitizer (thread tests)"
 cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_TSAN=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=OFF \
   -DCAMKIT_BUILD_TOOLS=OFF >/dev/null
 cmake --build build/tsan -j "$jobs"
-TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build/tsan -j "$jobs" --output-on-failure -L thread
+TSAN_OPTIONS=halt_on_error=1 run_ctest --test-dir build/tsan -j "$jobs" --output-on-failure -L thread
 
 step "fuzz targets, ${fuzz_seconds}s each"
 CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCAMKIT_BUILD_FUZZ=ON \
@@ -46,3 +50,5 @@ for fuzzer in build/fuzz/fuzz/fuzz_*; do
     "$corpus" "${seeds[@]}" 2>&1 | tail -n 12
 done
 step "all checks passed"
+awk '/tests passed, [0-9]+ tests failed out of/ { failed += $4; total += $NF }
+     END { printf "%d passed, %d failed\n", total - failed, failed }' "$summary"

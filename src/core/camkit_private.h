@@ -444,6 +444,10 @@ ci_error_code _generic_ReadSystemRegisters(ci_camera_t* camera, ci_addr_type typ
                                            ci_u32 startAddr, ci_u32 dataSize, ci_u32 n, ci_u32* vals);
 ci_error_code _generic_WriteSystemRegisters(ci_camera_t* camera, ci_addr_type type, ci_u32 space,
                                             ci_u32 startAddr, ci_u32 dataSize, ci_u32 n, ci_u32* vals);
+// Points the camera's six register slots at the locking generic routines
+// above; every transport whose device hooks live in the common context uses
+// this.
+void _useGenericRegisterAccess(ci_camera_t* camera);
 ci_error_code _generic_sendCommand(ci_camera_t* camera, ci_u32 command, ci_u32 paramSize,
                                    const ci_u8* paramBuffer, ci_u32* statusCode, ci_u32 resultSize,
                                    ci_u8* resultBuffer, ci_u32* bytesReturned);

@@ -142,3 +142,12 @@ ci_error_code _generic_sendCommand(ci_camera_t* camera, ci_u32 command, ci_u32 p
     return underLock(camera, _common_sendCommandNolock, command, paramSize, paramBuffer, statusCode, resultSize,
                      resultBuffer, bytesReturned);
 }
+
+void _useGenericRegisterAccess(ci_camera_t* camera) {
+    camera->readSensorRegisters = _generic_ReadSensorRegisters;
+    camera->writeSensorRegisters = _generic_WriteSensorRegisters;
+    camera->readRegister = _generic_ReadRegister;
+    camera->writeRegister = _generic_WriteRegister;
+    camera->readRegisters = _generic_ReadRegisters;
+    camera->writeRegisters = _generic_WriteRegisters;
+}

@@ -119,12 +119,7 @@ static ci_error_code _NUL_create_sensor(ci_camera_t* camera, const char* path) {
 static void _NUL_fillFunctionTable(ci_camera_t* camera, _common_context_t* ctx) {
     camera->startTransport = _NUL_startTransport;
     camera->stopTransport = _NUL_stopTransport;
-    camera->readSensorRegisters = _generic_ReadSensorRegisters;
-    camera->writeSensorRegisters = _generic_WriteSensorRegisters;
-    camera->readRegister = _generic_ReadRegister;
-    camera->writeRegister = _generic_WriteRegister;
-    camera->readRegisters = _generic_ReadRegisters;
-    camera->writeRegisters = _generic_WriteRegisters;
+    _useGenericRegisterAccess(camera);
     camera->grabFrame = _NUL_grabFrame;
     camera->updateFrameSize = _NUL_updateFrameSize;
     camera->setMode = _NUL_setMode;

@@ -273,12 +273,7 @@ void BusSim::attach(ci_camera_t* camera) {
     ctx->writeRegistersNolock = simWriteRegisters;
     ctx->readSensorRegistersNolock = simReadSensorRegisters;
     ctx->writeSensorRegistersNolock = simWriteSensorRegisters;
-    camera->readRegister = _generic_ReadRegister;
-    camera->writeRegister = _generic_WriteRegister;
-    camera->readRegisters = _generic_ReadRegisters;
-    camera->writeRegisters = _generic_WriteRegisters;
-    camera->readSensorRegisters = _generic_ReadSensorRegisters;
-    camera->writeSensorRegisters = _generic_WriteSensorRegisters;
+    _useGenericRegisterAccess(camera);
     camera->setMode = simSetMode;
     camera->getMode = _GetMode;
 }

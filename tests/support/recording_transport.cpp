@@ -65,12 +65,7 @@ void HookedTransport::uninstall() {
 
 RecordingTransport::RecordingTransport(ci_camera_t* camera, bool selectSpaces) : selectSpaces_(selectSpaces) {
     install(camera);
-    camera->readSensorRegisters = _generic_ReadSensorRegisters;
-    camera->writeSensorRegisters = _generic_WriteSensorRegisters;
-    camera->readRegister = _generic_ReadRegister;
-    camera->writeRegister = _generic_WriteRegister;
-    camera->readRegisters = _generic_ReadRegisters;
-    camera->writeRegisters = _generic_WriteRegisters;
+    _useGenericRegisterAccess(camera);
 }
 
 ci_u32 RecordingTransport::getRaw(ci_u32 base, ci_u32 addr, ci_u32 space) const {
