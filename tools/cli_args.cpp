@@ -18,13 +18,19 @@ struct OptionSpec {
 constexpr size_t kMaxSensorPath = CI_STRING_LEN - 1;
 constexpr size_t kMaxLogPath = CI_STRING_LEN - 16;
 
-bool set_sensor_data(Invocation& inv, const std::string& value, std::string& error) {
-    if (value.empty() || value.size() > kMaxSensorPath) {
-        error = "--sensor-data needs a directory or file of at most " + std::to_string(kMaxSensorPath) + " characters";
+// A path option: not empty and at most `limit` characters.  `need` starts
+// the message that refuses any other value.
+bool set_path(std::string& field, const std::string& value, size_t limit, const char* need, std::string& error) {
+    if (value.empty() || value.size() > limit) {
+        error = std::string(need) + " of at most " + std::to_string(limit) + " characters";
         return false;
     }
-    inv.options.sensorData = value;
+    field = value;
     return true;
+}
+
+bool set_sensor_data(Invocation& inv, const std::string& value, std::string& error) {
+    return set_path(inv.options.sensorData, value, kMaxSensorPath, "--sensor-data needs a directory or file", error);
 }
 
 bool set_transports(Invocation& inv, const std::string& value, std::string& error) {
@@ -40,12 +46,7 @@ bool set_camera(Invocation& inv, const std::string& value, std::string& error) {
 }
 
 bool set_log(Invocation& inv, const std::string& value, std::string& error) {
-    if (value.empty() || value.size() > kMaxLogPath) {
-        error = "--log needs a file name of at most " + std::to_string(kMaxLogPath) + " characters";
-        return false;
-    }
-    inv.options.logFile = value;
-    return true;
+    return set_path(inv.options.logFile, value, kMaxLogPath, "--log needs a file name", error);
 }
 
 bool set_log_level(Invocation& inv, const std::string& value, std::string& error) {

@@ -17,15 +17,15 @@
 namespace cli {
 namespace {
 
-bool is_directory(const std::string& path) {
+// Does path name an existing object of the file type (S_IFDIR, S_IFREG...)?
+bool has_file_type(const std::string& path, mode_t type) {
     struct stat st;
-    return !path.empty() && stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+    return !path.empty() && stat(path.c_str(), &st) == 0 && (st.st_mode & S_IFMT) == type;
 }
 
-bool is_regular_file(const std::string& path) {
-    struct stat st;
-    return !path.empty() && stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
-}
+bool is_directory(const std::string& path) { return has_file_type(path, S_IFDIR); }
+
+bool is_regular_file(const std::string& path) { return has_file_type(path, S_IFREG); }
 
 const char* home_variable() {
     for (const char* name : {"CI_HOME_DEV", "CI_HOME"}) {

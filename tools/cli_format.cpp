@@ -1,5 +1,6 @@
 #include "cli_format.h"
 
+#include <bit>
 #include <cctype>
 #include <cerrno>
 #include <cmath>
@@ -11,22 +12,11 @@ namespace {
 
 bool known_type(ci_data_types type) { return type >= CI_TYPE_HEX && type <= CI_TYPE_FLOAT16; }
 
-unsigned trailing_zeros(ci_u32 mask) {
-    unsigned n = 0;
-    while (n < 32 && !(mask & (1u << n))) ++n;
-    return n;
-}
-
 ci_u32 ones(ci_u32 bits) { return bits >= 32 ? 0xFFFFFFFFu : (1u << bits) - 1u; }
 
-// Fraction bits of the fixed-point types (0 for every other type).
-int fraction_bits(ci_data_types type) {
-    if (type > CI_TYPE_UNSIGNED && type <= CI_TYPE_UFIXED32) return type - CI_TYPE_UNSIGNED;
-    if (type > CI_TYPE_SIGNED && type <= CI_TYPE_FIXED32) return type - CI_TYPE_SIGNED;
-    return 0;
-}
-
-bool is_float_type(ci_data_types type) { return type == CI_TYPE_FLOAT || type == CI_TYPE_FLOAT16; }
+// The library's step between neighbouring values of a type: 1 for the
+// integer types, 2^-n for fixed point with n fraction bits, 0 for floats.
+double value_step(const ValueKind& kind) { return ci_DataTypeStep(kind.type, kind.mask); }
 
 bool has_hex_marker(const std::string& text) { return text.find_first_of("xX") != std::string::npos; }
 
@@ -112,12 +102,12 @@ bool parse_real(const ValueKind& kind, const std::string& text, ci_u32& out, std
         error = "'" + text + "' is not a number";
         return false;
     }
-    if (!is_float_type(kind.type)) {
-        const double scale = std::ldexp(1.0, fraction_bits(kind.type));
+    const double step = value_step(kind);
+    if (step > 0) {  // fixed point: the value is rounded to a whole number of steps
         const double lo = ci_DataTypeMinimum(kind.type, kind.mask);
         const double hi = ci_DataTypeMaximum(kind.type, kind.mask);
-        const double units = std::floor(d * scale + 0.5);
-        if (units < lo * scale || units > hi * scale) {
+        const double units = std::floor(d / step + 0.5);
+        if (units < lo / step || units > hi / step) {
             error = text + " is out of range " + range_text(lo, hi);
             return false;
         }
@@ -140,7 +130,7 @@ ValueKind register_kind(const ci_reg_data_t* reg, const ci_sensor_t* sensor) {
     kind.type = known_type(reg->datatype) ? reg->datatype : CI_TYPE_HEX;
     kind.mask = register_mask(reg, sensor);
     if (kind.type != CI_TYPE_HEX) {
-        kind.shift = trailing_zeros(kind.mask);
+        kind.shift = static_cast<unsigned>(std::countr_zero(kind.mask));
         kind.mask >>= kind.shift;
     }
     return kind;
@@ -149,7 +139,7 @@ ValueKind register_kind(const ci_reg_data_t* reg, const ci_sensor_t* sensor) {
 ValueKind bitfield_kind(const ci_bitfield_t* field) {
     ValueKind kind;
     kind.type = known_type(field->datatype) ? field->datatype : CI_TYPE_UNSIGNED;
-    kind.shift = field->bitmask ? trailing_zeros(field->bitmask) : 0;
+    kind.shift = field->bitmask ? static_cast<unsigned>(std::countr_zero(field->bitmask)) : 0;
     kind.mask = field->bitmask >> kind.shift;
     return kind;
 }
@@ -171,7 +161,7 @@ bool parse_value(const ValueKind& kind, const std::string& text, ci_u32& fieldVa
         return false;
     }
     if (has_hex_marker(text)) return parse_raw(kind, text, fieldValue, error);
-    if (fraction_bits(kind.type) > 0 || is_float_type(kind.type)) return parse_real(kind, text, fieldValue, error);
+    if (value_step(kind) != 1.0) return parse_real(kind, text, fieldValue, error);
     return parse_integer(kind, text, fieldValue, error);
 }
 

@@ -137,10 +137,7 @@ void _init_global_context(ci_camera_t* camera) {
     if (sg->initialized == 0) {  // first opener of the device
         sg->initialized = 0xFFFFFFFFu;
         _copy_shared_settings(sg, ctx, 1);
-        sg->current_access_logical = 0xFFFFFFFFu;
-        sg->current_phy_region = 0xFFFFFFFFu;
-        sg->current_phy_a15 = 0xFFFFFFFFu;
-        sg->current_adv_base = 0xFFFFFFFFu;
+        _forgetAccessState(sg);
     }
     _copy_shared_settings(ctx, sg, 0);
 }

@@ -45,13 +45,14 @@ ci_s32 ci_DetectSensorBaseAddr(ci_camera_t* camera) {
     if (_ctx(camera) == NULL || camera->sensor == NULL) return 1;
     ci_reg_data_t* chipVersion = _registerLookup(camera, -1, "CHIP_VERSION_REG");
     if (chipVersion == NULL) return 1;
-    ci_u32 cacheMode = 0;
-    ci_getMode(camera, CI_USE_REG_CACHE, &cacheMode);
-    ci_setMode(camera, CI_USE_REG_CACHE, 0);
     const ci_u32 originalBase = camera->sensor->shipAddr;
-    const bool atOriginalBase = chipVersionAnswers(camera, chipVersion);
-    const bool moved = !atOriginalBase && moveToAnsweringBase(camera, chipVersion);
-    ci_setMode(camera, CI_USE_REG_CACHE, cacheMode);
+    bool atOriginalBase = false;
+    bool moved = false;
+    {
+        ScopedMode cacheOff(camera, CI_USE_REG_CACHE, 0);
+        atOriginalBase = chipVersionAnswers(camera, chipVersion);
+        moved = !atOriginalBase && moveToAnsweringBase(camera, chipVersion);
+    }
     if (atOriginalBase) return 0;
     if (moved) {
         ci_InvalidateRegCache(camera);  // the cached values belong to the old base
@@ -65,22 +66,20 @@ ci_s32 ci_DetectPartNumber(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
     if (ctx == NULL || camera->sensor == NULL || ctx->num_partNumbers < 2) return 0;
     const ci_s32 count = _identCount(ctx->num_partNumbers, CI_MAX_PART_NUMBERS);
-    ci_u32 addrSize = 8;
-    ci_u32 dataSize = 16;
-    ci_getMode(camera, CI_REG_ADDR_SIZE, &addrSize);
-    ci_getMode(camera, CI_REG_DATA_SIZE, &dataSize);
     ci_s32 candidate = -1;
-    for (ci_s32 i = 0; i < count; i++) {
-        const _partNumberData* entry = &ctx->partNumber[i];
-        if (entry->regName[0] == '\0' && entry->baseAddr == 0) {
-            candidate = i;  // the default variant, unless a later entry matches
-        } else if (partNumberEntryMatches(camera, entry)) {
-            candidate = i;
-            break;
+    {
+        ScopedMode addrSize(camera, CI_REG_ADDR_SIZE);
+        ScopedMode dataSize(camera, CI_REG_DATA_SIZE);
+        for (ci_s32 i = 0; i < count; i++) {
+            const _partNumberData* entry = &ctx->partNumber[i];
+            if (entry->regName[0] == '\0' && entry->baseAddr == 0) {
+                candidate = i;  // the default variant, unless a later entry matches
+            } else if (partNumberEntryMatches(camera, entry)) {
+                candidate = i;
+                break;
+            }
         }
     }
-    ci_setMode(camera, CI_REG_ADDR_SIZE, addrSize);
-    ci_setMode(camera, CI_REG_DATA_SIZE, dataSize);
     if (candidate >= 0) {
         snprintf(camera->sensor->partNumber, sizeof camera->sensor->partNumber, "%.*s",
                  (int)sizeof ctx->partNumber[candidate].partNumber - 1, ctx->partNumber[candidate].partNumber);

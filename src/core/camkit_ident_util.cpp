@@ -2,14 +2,9 @@
 // register reads that keep the address-space selection, raw bus reads, the
 // reset pulse and the cancellation flag.
 #define CK_SOURCE "camkit"
-#include <bit>
-
 #include "core/camkit_ident_internal.h"
 
-ci_u32 _identField(ci_u32 value, ci_u32 mask) {
-    if (mask == 0) return 0;
-    return (value & mask) >> std::countr_zero(mask);
-}
+ci_u32 _identField(ci_u32 value, ci_u32 mask) { return mask == 0 ? 0 : _BitValue(value, mask); }
 
 ci_s32 _identCount(ci_s32 count, ci_s32 capacity) {
     if (count < 0) return 0;

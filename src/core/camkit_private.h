@@ -334,6 +334,23 @@ _tl_context_t* _thread_local_context(ci_camera_t* camera);
 // only).  Threads that never entered share the camera's own view, which any
 // of them may change, so the setting is read atomically.
 ci_s32 _threadCacheUse(ci_camera_t* camera);
+// Saves a camera mode, sets a new value, and restores the saved value when
+// it goes out of scope.  A mode the camera cannot read is left alone.
+class ScopedMode {
+public:
+    ScopedMode(ci_camera_t* camera, ci_modes mode, ci_u32 value);
+    // Only saves the mode (the caller changes it as it goes).
+    ScopedMode(ci_camera_t* camera, ci_modes mode);
+    ~ScopedMode();
+    ScopedMode(const ScopedMode&) = delete;
+    ScopedMode& operator=(const ScopedMode&) = delete;
+
+private:
+    ci_camera_t* camera_;
+    ci_modes mode_;
+    ci_u32 saved_;
+    bool restore_;
+};
 ci_error_code _SetMode(ci_camera_t* camera, ci_modes mode, ci_u32 val);
 ci_error_code _GetMode(ci_camera_t* camera, ci_modes mode, ci_u32* val);
 // Board output clock (CI_OUTPUT_CLOCK_FREQ).
@@ -380,7 +397,6 @@ ci_s32 _getRegIndex(ci_camera_t* camera, const char* name);
 ci_s32 _GetRegisterValue(ci_camera_t* camera, ci_reg_data_t* reg, ci_s32 useCache);
 void _cantfindit(const char* regName, const char* bitfieldName);
 int _wildcard_match(const char* pattern, const char* name);
-const char* _wildcard_strstr(const char* name, const char* segment, size_t segmentLen);
 int _addr_space_match(ci_camera_t* camera, const ci_addr_space_val_t* space, ci_addr_type type, ci_u32 value);
 // Name/address index of a sensor description, kept beside the description
 // and dropped when its tables are freed.
@@ -408,6 +424,11 @@ void _updateAddrSpace(ci_camera_t* camera, ci_u32 space, ci_s32 read);
 void _updateDirectAccess(ci_camera_t* camera);
 void _trackDirectAccess(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val);
 void _trackDirectAccessRead(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val);
+// A field of the MCU access state in the shared record (current_access_logical,
+// current_phy_region, current_phy_a15, current_adv_base) holding this value is
+// unknown; _forgetAccessState makes all four unknown.
+#define CI_ACCESS_UNKNOWN 0xFFFFFFFFu
+void _forgetAccessState(_sg_context_t* shared);
 void _initialRegModes(ci_camera_t* camera);
 ci_u32 _regAddrSize(ci_camera_t* camera, ci_addr_type type);
 ci_u32 _regDataSize(ci_camera_t* camera, ci_addr_type type);

@@ -42,8 +42,6 @@
 
 namespace {
 
-const ci_u32 kUnknown = 0xFFFFFFFFu;
-
 struct Target {
     ci_addr_type type;
     ci_u32 space;
@@ -58,7 +56,7 @@ bool isPlainRegister(const ci_reg_data_t* reg) {
 
 // Full mode refreshes an unknown access state from the device.
 void refreshIfUnknown(ci_camera_t* camera, bool full, ci_u32 value) {
-    if (!full || value != kUnknown) return;
+    if (!full || value != CI_ACCESS_UNKNOWN) return;
     _getRegisterLock(camera);
     _updateDirectAccess(camera);
     _releaseRegisterLock(camera);
@@ -71,7 +69,7 @@ bool window55(ci_camera_t* camera, const _sg_context_t* sg, ci_u32 addr, bool fu
         *t = Target{CI_MCU_ADDR, (addr >> 10) & 0x1Fu, addr & 0x3FFu, 0, false};
         return true;
     }
-    if (sg->current_access_logical != 0u || sg->current_phy_a15 > 1u || sg->current_phy_region == kUnknown) {
+    if (sg->current_access_logical != 0u || sg->current_phy_a15 > 1u || sg->current_phy_region == CI_ACCESS_UNKNOWN) {
         return false;
     }
     *t = Target{CI_SFR_ADDR, sg->current_phy_region, (sg->current_phy_a15 << 15) | (addr & 0x7FFFu), 0, false};
@@ -81,7 +79,7 @@ bool window55(ci_camera_t* camera, const _sg_context_t* sg, ci_u32 addr, bool fu
 bool window71(ci_camera_t* camera, const _sg_context_t* sg, ci_u32 addr, bool full, Target* t) {
     if (addr < CK_ADV_WINDOW || addr >= CK_ADV_WINDOW + CK_ADV_PAGE) return false;
     refreshIfUnknown(camera, full, sg->current_adv_base);
-    if (sg->current_adv_base == kUnknown) return false;
+    if (sg->current_adv_base == CI_ACCESS_UNKNOWN) return false;
     *t = Target{CI_SFR_ADDR, 0, sg->current_adv_base + (addr - CK_ADV_WINDOW), 0, false};
     return true;
 }
@@ -106,7 +104,7 @@ Target decodeWord(const _sg_context_t* sg, ci_s32 style, bool logical, ci_u32 wo
     if (style == 16 && (word & 0x2000u)) return Target{CI_MCU_ADDR, (word >> 8) & 0x1Fu, word & 0xFFu, width, upper};
     if (style != 16 && logical) return Target{CI_MCU_ADDR, (word >> 10) & 0x1Fu, word & 0x3FFu, width, upper};
     const ci_u32 a15 = style == 16 ? 0u : (sg->current_phy_a15 & 1u);
-    const ci_u32 region = style == 54 && sg->current_phy_region != kUnknown ? sg->current_phy_region : 0u;
+    const ci_u32 region = style == 54 && sg->current_phy_region != CI_ACCESS_UNKNOWN ? sg->current_phy_region : 0u;
     return Target{CI_SFR_ADDR, region, (a15 << 15) | (word & 0x7FFFu), width, upper};
 }
 

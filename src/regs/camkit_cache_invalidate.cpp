@@ -4,16 +4,6 @@
 
 namespace {
 
-void forgetAccessState(ci_camera_t* camera) {
-    _sg_context_t* shared = _ctx(camera)->sg_context;
-    if (shared) {
-        shared->current_access_logical = 0xFFFFFFFFu;
-        shared->current_phy_region = 0xFFFFFFFFu;
-        shared->current_phy_a15 = 0xFFFFFFFFu;
-        shared->current_adv_base = 0xFFFFFFFFu;
-    }
-}
-
 bool inRange(ci_u32 addr, ci_u32 first, ci_u32 end) {
     return addr >= first && addr < end;
 }
@@ -26,7 +16,9 @@ void ci_InvalidateRegCache(ci_camera_t* camera) {
     }
     {
         RegisterLock lock(camera);
-        forgetAccessState(camera);
+        if (_sg_context_t* shared = _ctx(camera)->sg_context) {
+            _forgetAccessState(shared);
+        }
         ci_s32 count = 0;
         _regCache* entries = _regCacheEntries(camera, &count);
         for (ci_s32 i = 0; i < count; ++i) {

@@ -14,10 +14,6 @@ namespace {
 
 const ci_u32 kMaxPolls = 50;
 
-bool probedType(ci_u32 type) {
-    return type == 71u || type == 103u || type == 110u || type == 111u;
-}
-
 ci_u32* mapWord(_sg_context_t* sg, ci_u32 base, ci_u32* bit) {
     const ci_u32 address = (base >> 1) & 0x7Fu;
     *bit = 1u << (address & 31u);
@@ -91,7 +87,7 @@ ci_error_code ci_ProbeFarBus(ci_camera_t* camera) {
     if (!ctx || !camera->sensor || !ctx->sg_context) return CI_CAMERA_SUCCESS;
     _sg_context_t* sg = ctx->sg_context;
     _getRegisterLock(camera);
-    if (probedType((ci_u32)camera->sensor->sensorType)) {
+    if (_advancedBaseType((ci_u32)camera->sensor->sensorType)) {
         probeAll(camera, sg);
     } else {
         for (ci_u32& word : sg->farBaseMap) word = 0xFFFFFFFFu;

@@ -47,19 +47,10 @@ ci_u32 dataMask(ci_u32 bits) {
     return bits >= 32u ? 0xFFFFFFFFu : (1u << bits) - 1u;
 }
 
-ci_u32 joinWords(const ci_u32* words, const FarAccess& fa) {
-    ci_u32 value = 0;
-    for (ci_u32 k = 0; k < fa.words; ++k) {
-        value = fa.dataBits >= 32u ? words[k] : (value << fa.dataBits) | (words[k] & dataMask(fa.dataBits));
-    }
-    return value;
-}
-
-void splitWords(ci_u32 value, const FarAccess& fa, ci_u32* words) {
-    for (ci_u32 k = 0; k < fa.words; ++k) {
-        const ci_u32 shift = (fa.words - 1u - k) * fa.dataBits;
-        words[k] = shift >= 32u ? 0u : (value >> shift) & dataMask(fa.dataBits);
-    }
+// Bits a transport returns above the far data width are dropped.
+ci_u32 joinWords(ci_u32* words, const FarAccess& fa) {
+    for (ci_u32 k = 0; k < fa.words; ++k) words[k] &= dataMask(fa.dataBits);
+    return _joinWords(words, fa.words, fa.dataBits);
 }
 
 // Address bytes (most significant first) followed by nData bytes of value.
@@ -110,7 +101,7 @@ ci_error_code _WriteFarRegNolock(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32
     ci_error_code rc = describe(camera, reg, &fa);
     if (rc != CI_CAMERA_SUCCESS) return rc;
     ci_u32 words[4] = {};
-    splitWords(val, fa, words);
+    _splitWords(val, fa.words, fa.dataBits, words);
     rc = _common_writeSystemRegistersNolock(camera, fa.type, fa.base, reg->reg_addr, fa.dataBits, fa.words, words);
     if (rc == CI_CAMERA_NOT_SUPPORTED) rc = masterWrite(camera, fa, reg->reg_addr, val);
     if (rc == CI_CAMERA_SUCCESS) _SetRegCacheValueReg(camera, reg, val);

@@ -3,14 +3,12 @@
 // register lock to be held.
 #pragma once
 
-#include "core/camkit_private.h"
+#include "regs/regs_internal.h"
 
 // Access widths are in bytes: 1, 2 or 4 (an argument of 0 means 2).
 // Returns 0 for an unusable width argument.
 ci_s32 _mcuWidth(ci_s32 is8);
 ci_u32 _mcuWidthMask(ci_s32 width);
-
-// The cache-use setting of the calling thread (0 device, 1 cache, 2 cache only).
 
 // Cached single read shared by the variable, SFR and indirect paths.  Probes
 // the cache by record when reg is given, otherwise at (type, space, addr).

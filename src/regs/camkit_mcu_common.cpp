@@ -1,6 +1,5 @@
 // Small helpers shared by the variable, SFR, indirect and far-bus paths:
-// width arguments, the thread's cache setting, cached single reads and
-// register lookups by name.
+// width arguments, cached single reads and register lookups by name.
 #define CK_SOURCE "camkit_reg"
 #include "regs/camkit_mcu.h"
 
@@ -23,13 +22,12 @@ ci_u32 _mcuWidthMask(ci_s32 width) {
     return 0xFFFFFFFFu;
 }
 
-
 int _mcuCacheProbe(ci_camera_t* camera, ci_reg_data_t* reg, ci_addr_type type, ci_u32 space, ci_u32 addr,
                    ci_u32* val, ci_error_code* rc) {
     const ci_s32 use = _threadCacheUse(camera);
     if (use == 0) return 0;
     ci_u32 cached = 0;
-    const bool hit = reg ? ci_GetRegCacheValueReg(camera, reg, &cached) == 0
+    const bool hit = reg ? _regCacheGetReg(camera, reg, &cached) == 0
                          : _GetRegCacheValueAddr(camera, type, space, addr, &cached) >= 0;
     if (hit) {
         *val = cached;

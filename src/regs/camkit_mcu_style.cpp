@@ -5,7 +5,7 @@
 // maps variables and SFRs into the register space at bit 15, 71 maps SFRs
 // into a 4 KiB window whose base is programmable.  0 means no MCU access.
 #define CK_SOURCE "camkit_reg"
-#include "core/camkit_private.h"
+#include "regs/regs_internal.h"
 
 namespace {
 
@@ -33,11 +33,16 @@ bool directAccessDisabled(ci_camera_t* camera) {
     return enabled == 0;
 }
 
-// Sensors of the generic types 0 and 19 are told apart by their registers.
-ci_s32 genericAddrStyle(ci_camera_t* camera) {
-    if (ci_ExistsRegister(camera, "PHYSICAL_ADDR_ACCESS")) return 44;
-    if (ci_ExistsRegister(camera, "MCU_VARIABLE_DATA0")) return 54;
-    if (ci_ExistsRegister(camera, "MCU_DATA_0")) return 16;
+bool isGenericType(ci_u32 type) {
+    return type == 0 || type == 19;
+}
+
+// Sensors of the generic types are told apart by their registers.
+ci_s32 genericAddrStyle(const ci_sensor_t* sensor) {
+    const ci_u32 markers = _regIndexMarkers(sensor);
+    if (markers & CK_MARK_PHYSICAL_ADDR_ACCESS) return 44;
+    if (markers & CK_MARK_VARIABLE_DATA0) return 54;
+    if (markers & CK_MARK_DATA_0) return 16;
     return 0;
 }
 
@@ -48,10 +53,10 @@ ci_s32 ci_McuDirectStyle(ci_camera_t* camera) {
     if (directAccessDisabled(camera)) return 0;
     const ci_sensor_t* sensor = camera->sensor;
     const ci_u32 type = (ci_u32)sensor->sensorType;
-    if (type == 0 || type == 19) return ci_ExistsRegister(camera, "MCU_VARIABLE_DATA0") ? 55 : 0;
+    if (isGenericType(type)) return (_regIndexMarkers(sensor) & CK_MARK_VARIABLE_DATA0) ? 55 : 0;
     if (type == 54) return sensor->sensorVersion >= 2 ? 55 : 0;
     if (inList(type, kDirect55)) return 55;
-    if (inList(type, kDirect71)) return 71;
+    if (_advancedBaseType(type)) return 71;
     return 0;
 }
 
@@ -60,11 +65,15 @@ ci_s32 ci_McuAddrStyle(ci_camera_t* camera) {
     const ci_s32 direct = ci_McuDirectStyle(camera);
     if (direct != 0) return direct;
     const ci_u32 type = (ci_u32)camera->sensor->sensorType;
-    if (type == 0 || type == 19) return genericAddrStyle(camera);
+    if (isGenericType(type)) return genericAddrStyle(camera->sensor);
     if (inList(type, kAddr16)) return 16;
     if (inList(type, kAddr44)) return 44;
     if (inList(type, kAddr54)) return 54;
     return 0;
+}
+
+bool _advancedBaseType(ci_u32 sensorType) {
+    return inList(sensorType, kDirect71);
 }
 
 ci_s32 _varMaskToIs8(ci_u32 mask) {

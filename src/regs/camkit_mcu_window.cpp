@@ -15,14 +15,12 @@
 
 namespace {
 
-const ci_u32 kUnknown = 0xFFFFFFFFu;
-
 _sg_context_t* shared(ci_camera_t* camera) {
     return _ctx(camera)->sg_context;
 }
 
 ci_u32 state(const _sg_context_t* sg, ci_u32 _sg_context_t::*field) {
-    return sg ? sg->*field : kUnknown;
+    return sg ? sg->*field : CI_ACCESS_UNKNOWN;
 }
 
 }  // namespace

@@ -6,7 +6,8 @@
 //  - names: case-folded name hash -> index of the first register of that name;
 //  - addresses: register address -> the run of register indices at that
 //    address, in file order (the candidates are then checked against the
-//    wanted address space by the caller's rule).
+//    wanted address space by the caller's rule);
+// and notes which of the MCU marker registers the description has.
 // The tables live in a process-wide map keyed by the description, guarded by
 // a reader/writer lock; a stale entry (the description's register array,
 // count or address-space table changed) is rebuilt on use.  Each thread also
@@ -45,6 +46,7 @@ struct RegIndex {
     std::vector<NameSlot> names;
     std::vector<AddrSlot> addrs;
     std::vector<ci_s32> byAddr;
+    ci_u32 markers = 0;
 
     bool matches(const ci_sensor_t* sensor) const {
         return regs == sensor->regs && numRegs == sensor->num_regs && addrSpace == sensor->addr_space;
@@ -154,6 +156,38 @@ void buildAddrs(RegIndex& index) {
     }
 }
 
+ci_s32 probeName(const RegIndex& index, const char* name) {
+    const ci_u32 h = nameHash(name);
+    const size_t mask = index.names.size() - 1;
+    for (size_t slot = h & mask; index.names[slot].index >= 0; slot = (slot + 1) & mask) {
+        const NameSlot& s = index.names[slot];
+        if (s.hash == h && sameName(index.regs[s.index], name)) {
+            return s.index;
+        }
+    }
+    return -1;
+}
+
+// The marker bits of the names find(name) locates (an index >= 0).
+template <typename Find>
+ci_u32 markersBy(Find find) {
+    static const struct {
+        ci_u32 bit;
+        const char* name;
+    } kMarkers[] = {
+        {CK_MARK_VARIABLE_DATA0, "MCU_VARIABLE_DATA0"},
+        {CK_MARK_PHYSICAL_ADDR_ACCESS, "PHYSICAL_ADDR_ACCESS"},
+        {CK_MARK_DATA_0, "MCU_DATA_0"},
+    };
+    ci_u32 markers = 0;
+    for (const auto& marker : kMarkers) {
+        if (find(marker.name) >= 0) {
+            markers |= marker.bit;
+        }
+    }
+    return markers;
+}
+
 // Callers guarantee a register array with at least one record.
 IndexPtr makeIndex(const ci_sensor_t* sensor) {
     auto index = std::make_shared<RegIndex>();
@@ -162,6 +196,7 @@ IndexPtr makeIndex(const ci_sensor_t* sensor) {
     index->addrSpace = sensor->addr_space;
     buildNames(*index);
     buildAddrs(*index);
+    index->markers = markersBy([&index](const char* name) { return probeName(*index, name); });
     return index;
 }
 
@@ -192,18 +227,6 @@ IndexPtr freshIndex(const ci_sensor_t* sensor) {
     } catch (...) {
         return nullptr;
     }
-}
-
-ci_s32 probeName(const RegIndex& index, const char* name) {
-    const ci_u32 h = nameHash(name);
-    const size_t mask = index.names.size() - 1;
-    for (size_t slot = h & mask; index.names[slot].index >= 0; slot = (slot + 1) & mask) {
-        const NameSlot& s = index.names[slot];
-        if (s.hash == h && sameName(index.regs[s.index], name)) {
-            return s.index;
-        }
-    }
-    return -1;
 }
 
 const AddrSlot* probeAddr(const RegIndex& index, ci_u32 addr) {
@@ -259,7 +282,7 @@ const RegIndex* indexFor(const ci_sensor_t* sensor) {
 
 // Answers from the index (building it first when needed), else by scanning.
 template <typename Query, typename Scan>
-ci_s32 lookup(const ci_sensor_t* sensor, Query query, Scan scan) {
+auto lookup(const ci_sensor_t* sensor, Query query, Scan scan) -> decltype(scan()) {
     if (const RegIndex* index = indexFor(sensor)) {
         return query(*index);
     }
@@ -310,4 +333,13 @@ ci_s32 _regIndexFindAddr(ci_camera_t* camera, ci_u32 addr, ci_u32 space, ci_u32 
         return -1;
     };
     return lookup(sensor, query, [=] { return scanAddr(camera, addr, space, type); });
+}
+
+ci_u32 _regIndexMarkers(const ci_sensor_t* sensor) {
+    if (!sensor || !sensor->regs || sensor->num_regs <= 0) {
+        return 0;
+    }
+    return lookup(
+        sensor, [](const RegIndex& index) { return index.markers; },
+        [sensor] { return markersBy([sensor](const char* name) { return scanName(sensor, name); }); });
 }

@@ -3,12 +3,14 @@
 #define CK_SOURCE "camkit_reg"
 #include <cassert>
 
-#include "regs/regs_internal.h"
+#include "regs/camkit_mcu.h"
 
 namespace {
 
-bool isDirectStyle(ci_s32 style) {
-    return style == 55 || style == 71 || style == 103 || style == 110 || style == 111;
+// The styles whose alias registers are windows onto MCU memory rather than
+// the data register of an address/data port.
+bool isWindowStyle(ci_s32 style) {
+    return style == 55 || style == 71;
 }
 
 // Bus data width of an aliased variable: its own width, 16 bits without a
@@ -18,22 +20,16 @@ ci_u32 aliasBits(const ci_reg_data_t* var) {
 }
 
 // Serves a read from the cache when the thread asks for it.  Returns true
-// when the read is settled (a hit, or a miss in cache-only mode, in *rc).
-bool fromCache(ci_camera_t* camera, const ci_reg_data_t* reg, ci_u32* val, ci_error_code* rc) {
-    const ci_s32 use = _threadCacheUse(camera);
-    if (use == 0) {
+// when the read is settled (a hit, or a logged miss in cache-only mode, in
+// *rc).
+bool fromCache(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32* val, ci_error_code* rc) {
+    if (!_mcuCacheProbe(camera, reg, CI_REG_ADDR, 0, 0, val, rc)) {
         return false;
     }
-    if (_regCacheGetReg(camera, reg, val) == 0) {
-        *rc = CI_CAMERA_SUCCESS;
-        return true;
-    }
-    if (use == 2) {
-        *val = 0;
+    if (*rc != CI_CAMERA_SUCCESS) {
         *rc = CK_ERR(CI_CAMERA_ERROR, "Register value not in the cache");
-        return true;
     }
-    return false;
+    return true;
 }
 
 ci_error_code readPlain(ci_camera_t* camera, ci_reg_data_t* reg, ci_s32 style, const ci_reg_data_t* var,
@@ -59,7 +55,7 @@ ci_error_code writePlain(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
     // A data port showing a variable: the variable's cache entry follows the
     // write, the port's own entry is left alone.
     ci_u32 word = val;
-    const ci_error_code rc = isDirectStyle(style) ? _writeDirectVarsNocache(camera, reg->reg_addr, aliasBits(var), 1, &word)
+    const ci_error_code rc = isWindowStyle(style) ? _writeDirectVarsNocache(camera, reg->reg_addr, aliasBits(var), 1, &word)
                                                   : _writeSensorRegsNocache(camera, reg, 1, &word);
     if (rc == CI_CAMERA_SUCCESS && var) {
         _SetRegCacheValueReg(camera, var, var->bitmask & val);

@@ -14,9 +14,6 @@ bool pagedStyle(ci_s32 style) {
     return style == 44 || style == 54 || style == 55;
 }
 
-bool advancedBaseStyle(ci_s32 style) {
-    return style == 71 || style == 103 || style == 110 || style == 111;
-}
 
 void takeRegion(_sg_context_t* shared, ci_u32 val) {
     shared->current_phy_region = (val >> 6) & 0x3u;
@@ -62,7 +59,7 @@ void _trackDirectAccess(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
         } else if (named(reg, logical)) {
             shared->current_access_logical = 1;
         }
-    } else if (advancedBaseStyle(style) && named(reg, "ADVANCED_BASE")) {
+    } else if (style == 71 && named(reg, "ADVANCED_BASE")) {
         shared->current_adv_base = val;
     }
 }
@@ -80,7 +77,7 @@ void _updateDirectAccess(ci_camera_t* camera) {
     const ci_s32 style = ci_McuAddrStyle(camera);
     if (pagedStyle(style)) {
         refreshFrom(camera, "ACCESS_CTL_STAT", [](ci_u32) {});
-    } else if (advancedBaseStyle(style)) {
+    } else if (style == 71) {
         refreshFrom(camera, "ADVANCED_BASE", [camera](ci_u32 val) {
             if (_sg_context_t* shared = _ctx(camera)->sg_context) {
                 shared->current_adv_base = val;
@@ -89,13 +86,19 @@ void _updateDirectAccess(ci_camera_t* camera) {
     }
 }
 
+void _forgetAccessState(_sg_context_t* shared) {
+    shared->current_access_logical = CI_ACCESS_UNKNOWN;
+    shared->current_phy_region = CI_ACCESS_UNKNOWN;
+    shared->current_phy_a15 = CI_ACCESS_UNKNOWN;
+    shared->current_adv_base = CI_ACCESS_UNKNOWN;
+}
+
 void _initialRegModes(ci_camera_t* camera) {
     const ci_sensor_t* sensor = camera ? camera->sensor : nullptr;
     if (!sensor) {
         return;
     }
-    const ci_s32 model = (ci_s32)sensor->sensorType;
-    if (advancedBaseStyle(model)) {
+    if (_advancedBaseType((ci_u32)sensor->sensorType)) {
         ci_setMode(camera, CI_ALLOW_FAR_ACCESS, 0);
     }
 }

@@ -33,6 +33,17 @@ ci_s32 _regIndexFindAddr(ci_camera_t* camera, ci_u32 addr, ci_u32 space, ci_u32 
 // The address-space match rule with the wanted type as a raw number.
 int _addrSpaceMatchRaw(ci_camera_t* camera, const ci_addr_space_val_t* space, ci_u32 type, ci_u32 value);
 
+// Registers whose presence tells which MCU protocol a sensor of a generic
+// type speaks.  The index notes once which of them a description has, so
+// that the protocol, asked for on every register access, costs no lookups.
+enum : ci_u32 {
+    CK_MARK_VARIABLE_DATA0 = 1u << 0,        // "MCU_VARIABLE_DATA0"
+    CK_MARK_PHYSICAL_ADDR_ACCESS = 1u << 1,  // "PHYSICAL_ADDR_ACCESS"
+    CK_MARK_DATA_0 = 1u << 2,                // "MCU_DATA_0"
+};
+// The marker registers a description has (0 without registers).
+ci_u32 _regIndexMarkers(const ci_sensor_t* sensor);
+
 // ---------------------------------------------------------------------------
 // Register cache internals (camkit_cache_*.cpp).  All expect the camera lock
 // to be held (or the camera to be in set-up).
@@ -56,22 +67,6 @@ void _regCacheMarkEntry(ci_camera_t* camera, ci_s32 index, ci_u32 flag);
 // Read/write core internals.
 // ---------------------------------------------------------------------------
 
-// Saves a camera mode, sets a new value, and restores the saved value when
-// it goes out of scope.  A mode the camera cannot read is left alone.
-class ScopedMode {
-public:
-    ScopedMode(ci_camera_t* camera, ci_modes mode, ci_u32 value);
-    ~ScopedMode();
-    ScopedMode(const ScopedMode&) = delete;
-    ScopedMode& operator=(const ScopedMode&) = delete;
-
-private:
-    ci_camera_t* camera_;
-    ci_modes mode_;
-    ci_u32 saved_;
-    bool restore_;
-};
-
 // Holds the camera's register lock for the lifetime of the object.
 class RegisterLock {
 public:
@@ -94,4 +89,6 @@ static inline ci_addr_type _regType(const ci_reg_data_t* reg) {
 ci_u32 _joinWords(const ci_u32* words, ci_u32 count, ci_u32 dataBits);
 void _splitWords(ci_u32 value, ci_u32 count, ci_u32 dataBits, ci_u32* words);
 
-// The calling thread's cache setting for a camera (0, 1 or 2).
+// Sensor types whose MCU shows its SFRs through the advanced-base window
+// (MCU style 71).
+bool _advancedBaseType(ci_u32 sensorType);

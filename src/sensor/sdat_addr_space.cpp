@@ -98,8 +98,7 @@ ci_error_code parse_addr_space(sdat_reader* r) {
         if (read_entry(r, entry)) {
             list.count++;
         } else {
-            sdat_syntaxerror(r, CI_PARSE_ADDR_SPACE_ERROR);
-            result = CI_PARSE_ADDR_SPACE_ERROR;
+            result = sdat_syntaxerror(r, CI_PARSE_ADDR_SPACE_ERROR);
         }
     }
     if (!append_entries(r->sensor, &list)) return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate address space table");

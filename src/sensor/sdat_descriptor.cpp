@@ -51,15 +51,10 @@ int lookup(const char* key, const field_desc_t (&table)[N]) {
     return get_field(key, table, static_cast<int>(N));
 }
 
-ci_error_code report(const sdat_reader* r) {
-    sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
-    return CI_CHIP_DESC_ERROR;
-}
-
 ci_error_code read_name(sdat_reader* r) {
     char key[80];
     char name[CI_STRING_LEN];
-    if (sdat_scan(r->line, "%79s = \"%255[^\"]", key, name) != 2) return report(r);
+    if (sdat_scan(r->line, "%79s = \"%255[^\"]", key, name) != 2) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     memcpy(r->sensor->sensorName, name, sizeof name);
     r->sensor->sensorType = _sensorTypeFromName(name);
     return CI_CAMERA_SUCCESS;
@@ -85,14 +80,14 @@ ci_error_code read_ship_addresses(sdat_reader* r) {
     const char* values = strchr(r->line, '=') + 1;
     ci_error_code result =
         sdat_value_list(r, values, ctx->shipAddr, CI_MAX_SHIP_ADDRS, &ctx->num_shipAddrs, LIST_FULL_IS_ERROR);
-    if (ctx->num_shipAddrs == 0) return report(r);
+    if (ctx->num_shipAddrs == 0) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     r->sensor->shipAddr = ctx->shipAddr[0];
     return result;
 }
 
 ci_error_code read_number_key(sdat_reader* r, int key, const char* value) {
     ci_u32 n = 0;
-    if (sdat_scan(value, "%i", &n) != 1) return report(r);
+    if (sdat_scan(value, "%i", &n) != 1) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     switch (key) {
         case KEY_WIDTH:
             r->sensor->fullWidth = r->sensor->width = n;
@@ -126,7 +121,7 @@ ci_error_code read_key(sdat_reader* r, const char* key, const char* value) {
         case KEY_IGNORED:
             return CI_CAMERA_SUCCESS;
         case -1:
-            return report(r);
+            return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
         default:
             return read_number_key(r, which, value);
     }
@@ -141,7 +136,7 @@ ci_error_code parse_sensor_descriptor(sdat_reader* r) {
     while (sdat_next_line(r, SDAT_LINE_DESCRIPTOR) && !end_section(r->line)) {
         char key[80];
         char value[80];
-        if (sdat_scan(r->line, "%79s = %79s", key, value) < 2) return report(r);
+        if (sdat_scan(r->line, "%79s = %79s", key, value) < 2) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
         ci_error_code e = read_key(r, key, value);
         if (e != CI_CAMERA_SUCCESS) result = e;
     }

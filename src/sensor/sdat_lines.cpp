@@ -115,6 +115,7 @@ void ci_syntaxerror(ci_error_code code, const char* line, const char* fileName, 
     CK_ERR(code, message);
 }
 
-void sdat_syntaxerror(const sdat_reader* r, ci_error_code code) {
+ci_error_code sdat_syntaxerror(const sdat_reader* r, ci_error_code code) {
     ci_syntaxerror(code, r->line, r->fileName, r->lineNo);
+    return code;
 }

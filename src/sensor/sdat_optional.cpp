@@ -51,18 +51,13 @@ const field_desc_t kOptionalKeys[] = {
     {KEY_SDAT_VERSION, "SDAT_VERSION"},
 };
 
-ci_error_code report(const sdat_reader* r) {
-    sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
-    return CI_CHIP_DESC_ERROR;
-}
-
 bool valid_bus_width(ci_u32 bits) { return bits == 8 || bits == 16 || bits == 32; }
 
 // REG_ADDR_SIZE / REG_DATA_SIZE: stored even when wrong, which is reported.
 ci_error_code bus_width(const sdat_reader* r, ci_u32 bits, ci_u32* field, const char* complaint) {
     *field = bits;
     if (valid_bus_width(bits)) return CI_CAMERA_SUCCESS;
-    report(r);
+    sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     return CK_ERR(CI_CHIP_DESC_ERROR, complaint);
 }
 
@@ -109,7 +104,7 @@ void version_name(sdat_reader* r, const char* value) {
 // a syntax error of the file (the extra term's keys then fill the last term,
 // and the file fails with the section's code).
 ci_error_code or_match(sdat_reader* r) {
-    if (r->ctx->num_probe_term >= CI_MAX_PROBE_TERMS) return report(r);
+    if (r->ctx->num_probe_term >= CI_MAX_PROBE_TERMS) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     r->ctx->num_probe_term++;
     return CI_CAMERA_SUCCESS;
 }
@@ -143,7 +138,7 @@ ci_error_code read_key(sdat_reader* r, _probe_term_t* term, int key, const char*
             return or_match(r);
         default: {
             ci_u32 n = 0;
-            if (sdat_scan(value, "%i", &n) != 1) return report(r);
+            if (sdat_scan(value, "%i", &n) != 1) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
             return number_key(r, term, key, n);
         }
     }
@@ -160,7 +155,7 @@ ci_error_code parse_optional(sdat_reader* r) {
         value[0] = '\0';
         int items = sdat_scan(r->line, "%79s = %119s", key, value);
         int which = items >= 1 ? get_field(key, kOptionalKeys, sizeof kOptionalKeys / sizeof kOptionalKeys[0]) : -1;
-        if (items < 2 && which != KEY_OR_MATCH) return report(r);
+        if (items < 2 && which != KEY_OR_MATCH) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
         if (which < 0) continue;  // keys of other tools are ignored
         ci_error_code e = read_key(r, term, which, value);
         if (e != CI_CAMERA_SUCCESS) result = e;

@@ -12,16 +12,6 @@ namespace {
 
 const ci_s32 kDefaultWaitTimeout = 500;
 
-ci_error_code report(const sdat_reader* r) {
-    sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
-    return CI_CHIP_DESC_ERROR;
-}
-
-const char* skip_separators(const char* p) {
-    while (*p == ' ' || *p == '\t' || *p == ',') ++p;
-    return p;
-}
-
 // "KEY = name, mask," : the register name (trimmed), its mask and where the
 // values begin.
 bool scan_name_mask(const sdat_reader* r, char* name, ci_u32* mask, const char** values) {
@@ -48,13 +38,13 @@ bool scan_serial(const char* text, ci_u32* base, ci_u32* reg, ci_u32* addrSize, 
 bool part_number_source(const sdat_reader* r, const char* p, _partNumberData* pn, ci_error_code* result) {
     char word[16];
     size_t n = 0;
-    p = skip_separators(p);
+    p = sdat_skip_separators(p);
     while (n + 1 < sizeof word && (isalnum(static_cast<unsigned char>(p[n])) || p[n] == '_')) {
         word[n] = p[n];
         ++n;
     }
     word[n] = '\0';
-    p = skip_separators(p + n);
+    p = sdat_skip_separators(p + n);
     if (n == 0) return true;  // the default part number
     const char* values = "";
     if (osal_stricmp(word, "SERIAL") == 0) {
@@ -81,7 +71,7 @@ void add_part_number(sdat_reader* r, const _partNumberData* pn) {
 
 ci_error_code sdat_part_number(sdat_reader* r, const char* rest) {
     if (r->ctx->num_partNumbers >= CI_MAX_PART_NUMBERS) return CI_CAMERA_SUCCESS;
-    const char* p = skip_separators(rest);
+    const char* p = sdat_skip_separators(rest);
     if (*p != '"') {
         CK_LOG(CI_LOG_DEBUG, "PART_NUMBER without a quoted part number is ignored");
         return CI_CAMERA_SUCCESS;
@@ -108,7 +98,7 @@ ci_error_code sdat_version_write(sdat_reader* r, _probe_term_t* term) {
     char key[80];
     if (sdat_scan(r->line, "%79s = %255[^,], %i, %i", key, w->regName, &w->mask, &w->value[0]) != 4) {
         memset(w, 0, sizeof *w);
-        return report(r);
+        return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     }
     osal_trim(w->regName);
     w->numValues = 1;
@@ -123,12 +113,12 @@ ci_error_code sdat_version_wait(sdat_reader* r, _probe_term_t* term) {
     const char* values = nullptr;
     if (!scan_name_mask(r, w->regName, &w->mask, &values)) {
         memset(w, 0, sizeof *w);
-        return report(r);
+        return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     }
     ci_error_code result = sdat_value_list(r, values, w->value, CI_MAX_VALUES, &w->numValues, LIST_OVERFLOW_IS_ERROR);
     if (w->numValues == 0) {
         memset(w, 0, sizeof *w);
-        return report(r);
+        return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     }
     char key[80];
     char name[CI_STRING_LEN];
@@ -136,7 +126,7 @@ ci_error_code sdat_version_wait(sdat_reader* r, _probe_term_t* term) {
     ci_u32 mask = 0;
     ci_u32 value = 0;
     ci_s32 timeout = kDefaultWaitTimeout;
-    if (*skip_separators(values) == '(')
+    if (*sdat_skip_separators(values) == '(')
         sdat_scan(r->line, "%79s = %255[^,], %i, (%119[^)]) , %i", key, name, &mask, list, &timeout);
     else
         sdat_scan(r->line, "%79s = %255[^,], %i, %i , %i", key, name, &mask, &value, &timeout);
@@ -149,13 +139,13 @@ ci_error_code sdat_reg_data(sdat_reader* r, _regData* data) {
     const char* values = nullptr;
     if (!scan_name_mask(r, data->regName, &data->mask, &values)) {
         memset(data, 0, sizeof *data);
-        return report(r);
+        return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     }
     ci_error_code result =
         sdat_value_list(r, values, data->value, CI_MAX_VALUES, &data->numValues, LIST_OVERFLOW_IS_ERROR);
     if (data->numValues == 0) {
         memset(data, 0, sizeof *data);
-        return report(r);
+        return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     }
     return result;
 }
@@ -168,7 +158,7 @@ ci_error_code sdat_serial_match(sdat_reader* r, _probe_term_t* term, const char*
     const char* values = "";
     if (!scan_serial(rest, &m->baseAddr, &m->regAddr, &m->addrSize, &m->mask, &m->dataSize, &values)) {
         memset(m, 0, sizeof *m);
-        return report(r);
+        return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
     }
     term->num_serial_match++;
     return sdat_value_list(r, values, m->value, CI_MAX_VALUES, &m->numValues, LIST_FULL_IS_ERROR);

@@ -61,8 +61,9 @@ int end_section(const char* line);
 int get_section(sdat_reader* r, char* name, size_t size);
 // Skips the rest of the current section.
 void parse_unknown(sdat_reader* r);
-// Reports the reader's current line as a syntax error with the given code.
-void sdat_syntaxerror(const sdat_reader* r, ci_error_code code);
+// Reports the reader's current line as a syntax error with the given code,
+// and returns that code.
+ci_error_code sdat_syntaxerror(const sdat_reader* r, ci_error_code code);
 
 // ---- text helpers (sdat_text.cpp)
 // Reads one "%i" number from the front of *text and advances past it.
@@ -84,6 +85,8 @@ void sdat_descriptions(const char* remainder, char* desc, char* detail);
 ci_u32 sdat_access(const char* text);
 // Case-insensitive prefix test; prefix is upper-case ASCII.
 int sdat_has_prefix(const char* text, const char* prefix);
+// Skips the blanks and commas that separate the items of a value list.
+const char* sdat_skip_separators(const char* p);
 
 // ---- sections
 ci_error_code parse_sensor_descriptor(sdat_reader* r);

@@ -22,11 +22,7 @@ struct register_pass {
     ci_error_code result;
 };
 
-ci_error_code fail(register_pass* p, ci_error_code code) {
-    sdat_syntaxerror(p->r, code);
-    p->result = code;
-    return code;
-}
+ci_error_code fail(register_pass* p, ci_error_code code) { return p->result = sdat_syntaxerror(p->r, code); }
 
 // Makes room for `count` more registers and indexes the ones present.
 bool prepare(register_pass* p, ci_s32 count) {

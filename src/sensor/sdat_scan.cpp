@@ -95,11 +95,9 @@ bool convert_int(scan_state& s, uint32_t* out) {
     return true;
 }
 
-// Text conversions store nothing when out is null (a suppressed conversion).
-bool convert_word(scan_state& s, char* out, int width) {
-    skip_blanks(s);
-    int n = 0;
-    while (n < width && s.in[n] && !is_blank(s.in[n])) ++n;
+// Consumes the n characters at the input, copying them to out unless out is
+// null (a suppressed conversion).  An empty run is a matching failure.
+bool take_run(scan_state& s, char* out, int n) {
     if (n == 0) return false;
     if (out) {
         memcpy(out, s.in, static_cast<size_t>(n));
@@ -109,27 +107,23 @@ bool convert_word(scan_state& s, char* out, int width) {
     return true;
 }
 
+// Length of the run of non-blank characters at in, at most width.
+int word_run(const char* in, int width) {
+    int n = 0;
+    while (n < width && in[n] && !is_blank(in[n])) ++n;
+    return n;
+}
+
 // Length of the run of characters of a %[ set at in, at most width.
 int set_run(const char* in, int width, bool negate, const char* set, size_t setLen) {
-    int n = 0;
     if (negate && setLen == 1) {  // the common "%[^c]"
         size_t length = strnlen(in, static_cast<size_t>(width));
         const void* stop = memchr(in, set[0], length);
         return static_cast<int>(stop ? static_cast<const char*>(stop) - in : static_cast<ptrdiff_t>(length));
     }
+    int n = 0;
     while (n < width && in[n] && (memchr(set, in[n], setLen) != nullptr) != negate) ++n;
     return n;
-}
-
-bool convert_set(scan_state& s, char* out, int width, bool negate, const char* set, size_t setLen) {
-    int n = set_run(s.in, width, negate, set, setLen);
-    if (n == 0) return false;
-    if (out) {
-        memcpy(out, s.in, static_cast<size_t>(n));
-        out[n] = '\0';
-    }
-    s.in += n;
-    return true;
 }
 
 // The destination of a conversion: the next argument, or none when the
@@ -159,14 +153,16 @@ int convert(scan_state& s, const char** f, va_list* ap) {
         }
         case 's':
             assert(width > 0 && "sdat_scan: %s needs a width");
-            return convert_word(s, destination<char>(ap, suppressed), width) ? stored : -1;
+            skip_blanks(s);
+            return take_run(s, destination<char>(ap, suppressed), word_run(s.in, width)) ? stored : -1;
         case '[': {
             assert(width > 0 && "sdat_scan: %[ needs a width");
             bool negate = false;
             const char* set = nullptr;
             size_t setLen = 0;
             read_set(f, &negate, &set, &setLen);
-            return convert_set(s, destination<char>(ap, suppressed), width, negate, set, setLen) ? stored : -1;
+            int n = set_run(s.in, width, negate, set, setLen);
+            return take_run(s, destination<char>(ap, suppressed), n) ? stored : -1;
         }
         default:
             assert(!"sdat_scan: unsupported conversion");

@@ -51,13 +51,13 @@ int extract_string(char* dest, size_t size, const char* source) {
         copy_bounded(dest, size, begin, length);
         return 1;
     }
-    copy_bounded(dest, size, source, strlen(source));
+    osal_strcpy_s(dest, size, source);
     osal_trim(dest);
     return 0;
 }
 
 int StringCopyandCheckSpace(char* dest, const char* source) {
-    copy_bounded(dest, CI_STRING_LEN, source, strlen(source));
+    osal_strcpy_s(dest, CI_STRING_LEN, source);
     osal_trim(dest);
     if (dest[0] == '\0') return 0;
     for (const char* p = dest; *p; ++p)
@@ -98,4 +98,9 @@ int sdat_has_prefix(const char* text, const char* prefix) {
         if (c != *prefix) return 0;
     }
     return 1;
+}
+
+const char* sdat_skip_separators(const char* p) {
+    while (*p == ' ' || *p == '\t' || *p == ',') ++p;
+    return p;
 }

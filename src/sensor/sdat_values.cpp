@@ -4,34 +4,19 @@
 #include "core/camkit_private.h"
 #include "sensor/sdat_reader.h"
 
-namespace {
-
-const char* skip_separators(const char* p) {
-    while (*p == ' ' || *p == '\t' || *p == ',') ++p;
-    return p;
-}
-
-}  // namespace
-
 ci_error_code sdat_value_list(const sdat_reader* r, const char* text, ci_u32* values, ci_s32 capacity, ci_s32* count,
                               sdat_list_rule rule) {
     *count = 0;
-    const char* p = skip_separators(text);
+    const char* p = sdat_skip_separators(text);
     bool list = (*p == '(');
     if (list) ++p;
     ci_u32 value = 0;
     while (extract_val(&p, &value)) {
-        if (rule == LIST_OVERFLOW_IS_ERROR && *count == capacity) {
-            sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
-            return CI_CHIP_DESC_ERROR;
-        }
+        if (rule == LIST_OVERFLOW_IS_ERROR && *count == capacity) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
         values[(*count)++] = value;
-        if (rule == LIST_FULL_IS_ERROR && *count == capacity) {
-            sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
-            return CI_CHIP_DESC_ERROR;
-        }
+        if (rule == LIST_FULL_IS_ERROR && *count == capacity) return sdat_syntaxerror(r, CI_CHIP_DESC_ERROR);
         if (!list) break;
-        p = skip_separators(p);
+        p = sdat_skip_separators(p);
     }
     return CI_CAMERA_SUCCESS;
 }
