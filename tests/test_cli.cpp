@@ -18,9 +18,7 @@
 
 namespace {
 
-// A small sensor with every kind of register the commands treat apart:
-// read-only, write-only, confidential, a mask that does not start at bit 0,
-// and bitfields (one confidential).
+// A small sensor with every kind of register the commands treat apart.
 const char kSensor[] =
     "[CHIP_DESCRIPTOR]\n"
     "SENSORNAME = \"CKCLITEST\"\n"
@@ -32,7 +30,6 @@ const char kSensor[] =
     "SHIP_BASE_ADDRESS = 0x20\n"
     "[END]\n"
     "[OPTIONAL]\n"
-    "PART_NUMBER = \"CKT-0100\"\n"
     "REG_ADDR_SIZE = 16\n"
     "REG_DATA_SIZE = 16\n"
     "[END]\n"
@@ -48,7 +45,6 @@ const char kSensor[] =
     " {BIT_SECRET, 0x0800, RW, \"Hidden bit\" \"\"}\n"
     "TEST_COUNT = {0x3014, CORE, 0xFFFF, RW, 0x0000, \"Counter\" \"\"}\n"
     "TEST_RESET = {0x3016, CORE, 0x0001, WO, 0x0000, \"Soft reset\" \"\"}\n"
-    "RESERVED_3018 = {0x3018, CORE, 0xFFFF, RW, 0x0000, \"Reserved\" \"\"}\n"
     "[END]\n";
 
 const char kDemoName[] = "ck_bayer16.sdat";
@@ -146,28 +142,6 @@ TEST_F(Cli, FallsBackToTheDemoCameraFoundThroughCiHome) {
     EXPECT_EQ(r.err.find("demo camera"), std::string::npos) << r.err;
     EXPECT_EQ(r.out, "");
 
-    // The tour writes a value and reads it back from the register cache.
-    r = run({"--transports", "0"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    const size_t set = r.out.find("$ camkit set ");
-    ASSERT_NE(set, std::string::npos) << r.out;
-    const std::string assignment = r.out.substr(set + 13, r.out.find(' ', set + 13) - set - 13);
-    const size_t eq = assignment.find('=');
-    ASSERT_NE(eq, std::string::npos) << assignment;
-    EXPECT_TRUE(has_line(r.out, assignment.substr(0, eq) + " = " + assignment.substr(eq + 1))) << r.out;
-}
-
-TEST_F(Cli, ListAndInfoDescribeTheSensor) {
-    ToolRun r = on_sensor({"list"});
-    ASSERT_EQ(r.status, 0) << r.err;
-    const std::string row = row_of(r.out, "0");
-    for (const char* cell : {"NUL", "CKCLITEST", "CKT-0100", "  6  ", "cktest.sdat"})
-        EXPECT_NE(row.find(cell), std::string::npos) << cell << " in " << r.out;
-
-    r = on_sensor({"info"});
-    ASSERT_EQ(r.status, 0) << r.err;
-    for (const char* text : {"Bayer 10", "640 x 480", "Null device, no driver", "0x20", "CORE"})
-        EXPECT_NE(r.out.find(text), std::string::npos) << text << " in " << r.out;
 }
 
 TEST_F(Cli, SetThenGetRoundTripsThroughTheCache) {
@@ -199,9 +173,8 @@ TEST_F(Cli, ValuesAreParsedByDataTypeAndChecked) {
     const struct {
         const char* arg;
         const char* why;
-    } bads[] = {{"TEST_CTRL.MODE=16", "out of range"}, {"TEST_CTRL.MODE=1.5", "not an integer"},
-                {"TEST_GAIN=abc", "not an integer"}, {"TEST_CTRL=0x1000", "does not fit"},
-                {"TEST_GAIN=0xZZ", "not a hexadecimal"}, {"TEST_GAIN", "not NAME=VALUE"}};
+    } bads[] = {{"TEST_CTRL.MODE=16", "out of range"}, {"TEST_GAIN=abc", "not an integer"},
+                {"TEST_CTRL=0x1000", "does not fit"}, {"TEST_GAIN", "not NAME=VALUE"}};
     for (const auto& bad : bads) {
         // The good assignment before the bad one is not written either.
         r = on_sensor({"--cache", "set", "TEST_COUNT=7", bad.arg});
@@ -224,7 +197,6 @@ TEST_F(Cli, BadNamesAndAccessFailWithTheErrorSymbol) {
         {{"get", "TEST_CTRL.NOPE"}, "CAMERA_ERROR (Camera Error): no bitfield TEST_CTRL.NOPE"},
         {{"get", "TEST_RESET"}, "TEST_RESET is write-only"},
         {{"set", "CHIP_VERSION_REG=1"}, "CHIP_VERSION_REG is read-only"},
-        {{"set", "NOPE.FIELD=1"}, "no register NOPE"},
     };
     for (const auto& bad : bads) {
         r = on_sensor(bad.args);
@@ -244,42 +216,13 @@ TEST_F(Cli, RegsMatchesAPatternAndShowsBitfields) {
     EXPECT_NE(row_of(r.out, "TEST_COUNT"), "") << r.out;
     EXPECT_EQ(row_of(r.out, "TEST_GAIN"), "") << r.out;
     EXPECT_EQ(row_of(r.out, "  BIT_SECRET"), "") << "confidential bitfield shown: " << r.out;
-
-    // Write-only registers are not read; confidential ones only with --all.
-    r = on_sensor({"regs"});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(row_of(r.out, "TEST_RESET").find("write-only"), std::string::npos) << r.out;
-    EXPECT_EQ(row_of(r.out, "RESERVED_3018"), "") << r.out;
-    r = on_sensor({"regs", "--all", "--limit", "1", "RESERVED_*"});
-    EXPECT_NE(row_of(r.out, "RESERVED_3018"), "") << r.out;
-
-    r = on_sensor({"regs", "NOMATCH*"});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find("no register matches NOMATCH*"), std::string::npos) << r.err;
 }
 
-TEST_F(Cli, UsageErrorsAndHelp) {
+TEST_F(Cli, UsageErrorsExitWithTwoOtherFailuresWithOne) {
     ToolRun r = run({"frobnicate"});
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.err.find("unknown command 'frobnicate'"), std::string::npos) << r.err;
-
-    EXPECT_EQ(on_sensor({"regs", "--limit", "x"}).status, 2);
-
     r = on_sensor({"--camera", "3", "list"});
     EXPECT_EQ(r.status, 1);
     EXPECT_NE(r.err.find("no camera 3 (1 opened)"), std::string::npos) << r.err;
-
-    // A command's help is shown without opening any camera.
-    r = run({"--transports", "0", "--no-demo", "get", "--help"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.out.find("Usage: camkit [OPTIONS] get NAME[.FIELD]..."), std::string::npos) << r.out;
-}
-
-TEST_F(Cli, LogOptionsOpenTheLibraryLog) {
-    // The null transport logs a missing sensor file as an ordinary error.
-    const ToolRun r = run({"--transports", "null", "--sensor-data", dir_.file("missing.sdat"), "--no-demo", "--log",
-                       dir_.file("cli.log"), "--log-level", "2", "list"});
-    EXPECT_EQ(r.status, 1);
-    const std::string log = scratch_read_file(dir_.file("cli0.log"));
-    EXPECT_NE(log.find("does not exist"), std::string::npos) << log;
 }

@@ -1,9 +1,7 @@
-// The generic mode store behind ci_setMode / ci_getMode, and the public
-// wrappers over the transport's operations.
+// The generic mode store behind ci_setMode / ci_getMode.
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "core/camkit_core.h"
 #include "fake_transport.h"
@@ -34,8 +32,7 @@ protected:
         fake_.script(0x1).withSensor = true;
         ci_s32 n = 0;
         ASSERT_EQ(ci_OpenCameras2(&cam_, &n, "s", 0x1, ""), 0);
-        ctx_ = _ctx(cam_);
-        sg_ = ctx_->sg_context;
+        sg_ = _ctx(cam_)->sg_context;
         ASSERT_NE(sg_, nullptr);
     }
     ci_u32 get(ci_modes mode) {
@@ -46,7 +43,6 @@ protected:
 
     FakeTransports fake_;
     ci_camera_t* cam_ = nullptr;
-    _common_context_t* ctx_ = nullptr;
     _sg_context_t* sg_ = nullptr;
 };
 
@@ -102,10 +98,6 @@ TEST_F(ModesTest, SpoofSizeIsPackedHeightAndWidth) {
     EXPECT_EQ(sg_->spoof_width, 640u);
     EXPECT_EQ(sg_->spoof_height, 480u);
     EXPECT_EQ(get(CI_SPOOF_SIZE), 0x01E00280u);
-
-    LogCapture log;
-    EXPECT_EQ(ci_setMode(cam_, CI_SPOOF_SUPPORTED, 1), CI_CAMERA_ERROR);
-    EXPECT_EQ(log.count("CI_SPOOF_SUPPORTED is read-only"), 1);
 }
 
 TEST_F(ModesTest, FarAccessMarksBusAddressesOrSwitchesTheCheck) {
@@ -137,110 +129,6 @@ TEST_F(ModesTest, PowerResetShutdownInvalidateTheCache) {
         ci_u32 value = 0;
         EXPECT_EQ(_GetRegCacheValueI(cam_, 1, &value), c.invalidates ? -1 : 1) << c.mode << "=" << c.value;
     }
-}
-
-TEST_F(ModesTest, ErrorLogType) {
-    {
-        LogCapture log;
-        EXPECT_EQ(ci_setMode(cam_, CI_ERROR_LOG_TYPE, 63), 0);
-        EXPECT_EQ(get(CI_ERROR_LOG_TYPE), 63u);
-        EXPECT_DEATH(ci_setMode(cam_, CI_ERROR_LOG_TYPE, 64), "val <= ");
-    }
-    // Without a log there is no level to change.
-    EXPECT_EQ(ci_setMode(cam_, CI_ERROR_LOG_TYPE, 5), CI_CAMERA_ERROR);
-}
-
-ci_u32 gBufferingValue;
-ci_error_code bufferingHook(ci_camera_t*, ci_u32 value) {
-    gBufferingValue = value;
-    return value == 9 ? CI_I2C_NACK_ERROR : CI_CAMERA_SUCCESS;
-}
-
-TEST_F(ModesTest, HardwareBufferingNeedsTheTransportHook) {
-    sg_->hw_buffering = 3;
-    EXPECT_EQ(ci_setMode(cam_, CI_HW_BUFFERING, 1), 0);
-    ci_u32 value = 0;
-    EXPECT_EQ(ci_getMode(cam_, CI_HW_BUFFERING, &value), CI_CAMERA_NOT_SUPPORTED);
-    EXPECT_EQ(value, 3u);  // reported even so
-
-    ctx_->setHardwareBuffering = bufferingHook;
-    EXPECT_EQ(ci_setMode(cam_, CI_HW_BUFFERING, 2), 0);
-    EXPECT_EQ(gBufferingValue, 2u);
-    EXPECT_EQ(ci_setMode(cam_, CI_HW_BUFFERING, 9), CI_I2C_NACK_ERROR);
-    EXPECT_EQ(get(CI_HW_BUFFERING), 3u);
-}
-
-TEST_F(ModesTest, SharedOnlyModes) {
-    const std::pair<ci_modes, ci_u32*> shared[] = {
-        {CI_XDMA_LOGICAL, &sg_->current_access_logical},
-        {CI_XDMA_PHY_A15, &sg_->current_phy_a15},
-        {CI_XDMA_PHY_REGION, &sg_->current_phy_region},
-        {CI_XDMA_ADV_BASE, &sg_->current_adv_base},
-    };
-    for (const auto& [mode, field] : shared) ASSERT_EQ(ci_setMode(cam_, mode, 10 + mode), 0);
-    for (const auto& [mode, field] : shared) EXPECT_EQ(*field, 10u + mode);
-    EXPECT_EQ(get(CI_XDMA_PHY_A15), 10u + CI_XDMA_PHY_A15);
-    // A camera whose shared record is not set up yet refuses them.
-    ctx_->sg_context = nullptr;
-    ci_u32 value = 5;
-    EXPECT_EQ(ci_setMode(cam_, CI_XDMA_LOGICAL, 1), CI_CAMERA_ERROR);
-    EXPECT_EQ(ci_getMode(cam_, CI_XDMA_ADV_BASE, &value), CI_CAMERA_ERROR);
-    ctx_->sg_context = sg_;
-}
-
-TEST_F(ModesTest, HidyIsReadFromTheSharedRecordAndRetypesTheImage) {
-    cam_->sensor->imageType = CI_BAYER_10;
-    cam_->sensor->pixelBits = 10;
-    cam_->sensor->zoomFactor = 1;
-    EXPECT_EQ(ci_setMode(cam_, CI_HIDY, 1), 0);
-    EXPECT_EQ(cam_->sensor->imageType, CI_BAYER_10_IHDR);
-    sg_->hidy = 0;
-    EXPECT_EQ(get(CI_HIDY), 0u);
-}
-
-TEST_F(ModesTest, DataIsSwizzled) {
-    const struct {
-        ci_product_ids product;
-        ci_unswizzle_modes mode;
-        ci_sensor_types type;
-        ci_u32 expected;
-    } cases[] = {
-        {CI_UNKNOWN_PRODUCT, CI_NO_UNSWIZZLE, CI_UNKNOWN_SENSOR, 0},  // data arrives in order
-        {CI_KITE_1, CI_SW_UNSWIZZLE, CI_UNKNOWN_SENSOR, 0},     {CI_KITE_1, CI_ANY_UNSWIZZLE, CI_UNKNOWN_SENSOR, 0},
-        {CI_KITE_1, CI_NO_UNSWIZZLE, CI_UNKNOWN_SENSOR, 1},     {CI_KITE_1, CI_HW_UNSWIZZLE, CI_UNKNOWN_SENSOR, 1},
-        {CI_KITE_1, CI_NO_UNSWIZZLE, CI_RESERVED_SENSOR43, 2},  {CI_KITE_1, CI_NO_UNSWIZZLE, CI_RESERVED_SENSOR79, 0},
-        {CI_KITE_3, CI_HW_UNSWIZZLE, CI_UNKNOWN_SENSOR, 0},     {CI_KITE_3, CI_NO_UNSWIZZLE, CI_UNKNOWN_SENSOR, 1},
-    };
-    for (const auto& c : cases) {
-        cam_->productID = c.product;
-        ctx_->unswizzle_mode = c.mode;
-        cam_->sensor->sensorType = c.type;
-        EXPECT_EQ(get(CI_DATA_IS_SWIZZLED), c.expected) << c.product << "/" << c.mode << "/" << c.type;
-    }
-}
-
-ci_error_code transportSetMode(ci_camera_t*, ci_modes, ci_u32 val) { return val == 7 ? 0 : CI_CAMERA_TIMEOUT; }
-ci_error_code transportGetMode(ci_camera_t*, ci_modes, ci_u32* val) {
-    *val = 4242;
-    return 0;
-}
-
-TEST_F(ModesTest, TransportOperationsComeFirstAndMissingOnesAreNotSupported) {
-    fake_.bus().regs[{0x20, 3}] = 0x1234;
-    ci_u32 value = 0;
-    EXPECT_EQ(ci_readRegister(cam_, 0x20, 3, &value), 0);
-    EXPECT_EQ(value, 0x1234u);
-    cam_->setMode = transportSetMode;
-    cam_->getMode = transportGetMode;
-    EXPECT_EQ(ci_setMode(cam_, CI_BITS_PER_CLOCK, 5), CI_CAMERA_TIMEOUT);
-    EXPECT_NE(ctx_->bitsPerClock, 5u);
-    EXPECT_EQ(get(CI_BITS_PER_CLOCK), 4242u);
-
-    ci_camera_t bare = {};
-    bare.context = ctx_;
-    EXPECT_EQ(ci_startTransport(&bare), CI_CAMERA_NOT_SUPPORTED);
-    EXPECT_EQ(ci_readRegister(&bare, 0, 0, &value), CI_CAMERA_NOT_SUPPORTED);
-    EXPECT_EQ(ci_writeSystemRegisters(&bare, CI_MCU_ADDR, 0, 0, 8, 1, &value), CI_CAMERA_NOT_SUPPORTED);
 }
 
 }  // namespace

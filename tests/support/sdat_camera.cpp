@@ -24,7 +24,7 @@ ci_reg_data_t* ParseCamera::reg(const char* name) const {
     return i < 0 ? nullptr : &s->regs[i];
 }
 
-const char* const kSdatDescriptor =
+static const char* const kSdatDescriptor =
     "[CHIP_DESCRIPTOR]\n"
     "SENSORNAME = \"CK0200\"\n"
     "WIDTH = 640\n"

@@ -28,9 +28,8 @@ private:
     ci_camera_t* camera_;
 };
 
-// A descriptor section that passes the early rejects (base 0x20).
-extern const char* const kSdatDescriptor;
-// kSdatDescriptor followed by body.
+// A descriptor section that passes the early rejects (sensor "CK0200",
+// 640x480 10-bit Bayer at base 0x20) followed by body.
 std::string sdat_with(const std::string& body);
 // A section "[name]" holding the lines, closed by "[END]".
 std::string sdat_section(const std::string& name, const std::string& lines);

@@ -33,7 +33,7 @@ void SensorBuilder::fillReg(const Reg& from, ci_reg_data_t* to, ci_addr_space_t*
     copyText(to->reg_desc, from.name);
     to->reg_addr = from.addr;
     to->bitmask = from.mask;
-    to->rw = from.rw;
+    to->rw = 1;
     to->addr_span = from.span;
     to->volat = from.volat;
     to->datatype = CI_TYPE_HEX;
@@ -52,7 +52,7 @@ void SensorBuilder::fillReg(const Reg& from, ci_reg_data_t* to, ci_addr_space_t*
         for (size_t k = 0; k < from.fields.size(); ++k) {
             copyText(to->bitfield[k].id, from.fields[k].id);
             to->bitfield[k].bitmask = from.fields[k].mask;
-            to->bitfield[k].rw = from.rw;
+            to->bitfield[k].rw = 1;
             to->bitfield[k].datatype = CI_TYPE_UNSIGNED;
         }
     }
@@ -61,7 +61,6 @@ void SensorBuilder::fillReg(const Reg& from, ci_reg_data_t* to, ci_addr_space_t*
 ci_sensor_t* SensorBuilder::build() const {
     ci_sensor_t* s = zeroed<ci_sensor_t>(1);
     copyText(s->sensorName, name_);
-    copyText(s->partNumber, part_);
     snprintf(s->sensorFileName, CI_STRING_LEN, "%s.sdat", name_.c_str());
     s->sensorType = (ci_sensor_types)model_;
     s->sensorVersion = version_;

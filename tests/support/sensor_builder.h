@@ -1,22 +1,11 @@
 #pragma once
 // Sensor descriptions built in memory, laid out the way the sensor-data
 // readers leave them (zeroed heap records the library frees), and test
-// cameras that carry them.
-//
-//   SensorBuilder b;
-//   b.model(CI_ARRAY_IMAGER_SENSOR).widths(16, 16).shipAddr(0x20)
-//       .selectors(0x3000, 0x3002)          // address-space table + selector addresses
-//       .space("CORE", 0)                    // address-space values; the first is the default
-//       .space("VARS", 1, CI_MCU_ADDR)
-//       .reg("GAIN", 0x3012).field("DIGITAL", 0x0F00).field("ANALOG", 0x007F)
-//       .reg("EXPOSURE", 0x3014).span(2)
-//       .reg("AE_TARGET", 0x0010, 0xFF).in("VARS");
-//   TestCamera cam(b);   // camera + common and shared contexts + register cache
-//   ci_ReadSensorRegStr(cam, "GAIN", "ANALOG", &v);
-//
+// cameras that carry them:
+//   TestCamera cam(SensorBuilder().selectors(0x3000, 0x3002).space("CORE", 0)
+//                      .reg("GAIN", 0x3012).field("ANALOG", 0x007F));
 // Registers of a sensor with an address-space table live in its first space
-// unless placed with in() or detached with noSpace(); without a table they
-// have no space.  Chips and long descriptions can be added too.
+// unless placed with in() or detached with noSpace().
 #include <functional>
 #include <string>
 #include <vector>
@@ -28,7 +17,6 @@ class SensorBuilder {
 public:
     // Sensor-wide settings.
     SensorBuilder& name(const char* sensorName) { return set(name_, std::string(sensorName)); }
-    SensorBuilder& partNumber(const char* part) { return set(part_, std::string(part)); }
     SensorBuilder& model(ci_u32 sensorType) { return set(model_, sensorType); }
     SensorBuilder& version(ci_u32 sensorVersion) { return set(version_, sensorVersion); }
     SensorBuilder& widths(ci_u32 addrBits, ci_u32 dataBits) {
@@ -36,8 +24,7 @@ public:
     }
     SensorBuilder& shipAddr(ci_u32 base) { return set(ship_, base); }
 
-    // Address-space table: selector register addresses (0 = none), then the
-    // values in table order.
+    // Address-space table: selector addresses (0 = none), then the values.
     SensorBuilder& selectors(ci_u32 readAddr, ci_u32 writeAddr) {
         return set(hasTable_, true).set(readSel_, readAddr).set(writeSel_, writeAddr);
     }
@@ -49,7 +36,7 @@ public:
 
     // Registers, in file order; the modifiers apply to the last one added.
     SensorBuilder& reg(const char* regName, ci_u32 addr, ci_u32 mask = 0xFFFF) {
-        target().push_back(Reg{regName, addr, mask, 1, 1, 0, "", false, {}});
+        target().push_back(Reg{regName, addr, mask, 1, 0, "", false, {}});
         return *this;
     }
     SensorBuilder& field(const char* fieldName, ci_u32 mask) {
@@ -59,15 +46,13 @@ public:
     SensorBuilder& in(const char* spaceId) { return set(last().space, std::string(spaceId)); }
     SensorBuilder& noSpace() { return set(last().noSpace, true); }
     SensorBuilder& span(ci_u32 words) { return set(last().span, words); }
-    SensorBuilder& rw(ci_u32 access) { return set(last().rw, access); }
     SensorBuilder& volatileReg() { return set(last().volat, 1u); }
 
-    // A board chip; registers added after it belong to it until sensorRegs().
+    // A board chip; registers added after it belong to it.
     SensorBuilder& chip(const char* chipName, ci_u32 baseAddr = 0) {
         chips_.push_back(Chip{chipName, baseAddr, {}});
         return set(inChip_, true);
     }
-    SensorBuilder& sensorRegs() { return set(inChip_, false); }
 
     // Long descriptions (null texts stay absent).
     SensorBuilder& longDesc(const char* regName, const char* fieldName, const char* text) {
@@ -94,7 +79,7 @@ private:
     };
     struct Reg {
         std::string name;
-        ci_u32 addr, mask, span = 1, rw = 1, volat = 0;
+        ci_u32 addr, mask, span = 1, volat = 0;
         std::string space;
         bool noSpace = false;
         std::vector<Field> fields;
@@ -117,7 +102,7 @@ private:
     Reg& last();
     void fillReg(const Reg& from, ci_reg_data_t* to, ci_addr_space_t* table) const;
 
-    std::string name_ = "TESTSENSOR", part_;
+    std::string name_ = "TESTSENSOR";
     ci_u32 model_ = 0, version_ = 1, addrBits_ = 16, dataBits_ = 16, ship_ = 0x20;
     bool hasTable_ = false;
     ci_u32 readSel_ = 0, writeSel_ = 0;
@@ -128,15 +113,12 @@ private:
     std::vector<LongDesc> longDescs_;
 };
 
-// A camera record with a common context, shared context and register lock
-// (as an opened camera has), carrying the built sensor and its register
-// cache.  No transport is attached: set the context's hooks, or use
-// RecordingTransport.  Converts to ci_camera_t*.
+// A camera record with the contexts and register lock of an opened camera,
+// carrying the built sensor and its register cache; no transport attached.
 class TestCamera {
 public:
-    // beforeCache runs after the contexts exist and before the register cache
-    // is set up (whose invalidation already reads the MCU access registers):
-    // the place to attach a transport that should see that traffic.
+    // beforeCache runs before the register cache is set up (whose
+    // invalidation already reads the MCU access registers).
     explicit TestCamera(const SensorBuilder& builder, const std::function<void(ci_camera_t*)>& beforeCache = {});
     ~TestCamera();
     TestCamera(const TestCamera&) = delete;
@@ -159,8 +141,7 @@ private:
     ci_camera_t* camera_;
 };
 
-// Captures what the library writes to the process's error log (opened in a
-// scratch directory with the given level mask) for the object's lifetime.
+// Captures what the library writes to the error log for the object's lifetime.
 class LogCapture {
 public:
     explicit LogCapture(ci_s32 mask = CI_LOG_ALL) { ci_OpenErrorLog(mask, dir_.file("log.txt").c_str()); }
@@ -168,7 +149,6 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    // Everything logged so far.
     std::string text() const;
 
 private:
