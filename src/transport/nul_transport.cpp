@@ -11,14 +11,13 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/camkit_private.h"
+#include "transport/transport_common.h"
 
 namespace {
 
 // Private state of a null camera, held in the context's transport_context.
 struct NUL_Transport_Context {
     ci_string fileName;  // the sensor data file given at open
-    ci_u32* regFile;     // reserved for a register image; never allocated
 };
 
 constexpr int kDirectoryModeBit = 0x4000;
@@ -30,39 +29,31 @@ static ci_error_code _NUL_startTransport(ci_camera_t*) { return CI_CAMERA_SUCCES
 static ci_error_code _NUL_stopTransport(ci_camera_t*) { return CI_CAMERA_SUCCESS; }
 
 static ci_error_code _NUL_readRegister(ci_camera_t*, ci_u32, ci_u32, ci_u32* val) {
-    if (val != NULL) *val = 0;
+    if (val != nullptr) *val = 0;
     return CI_CAMERA_SUCCESS;
 }
 
 static ci_error_code _NUL_writeRegister(ci_camera_t*, ci_u32, ci_u32, ci_u32) { return CI_CAMERA_SUCCESS; }
 
-static ci_error_code _NUL_readRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 startAddr, ci_u32 numRegs,
-                                        ci_u32* vals) {
-    if (vals == NULL) return numRegs == 0 ? CI_CAMERA_SUCCESS : CI_CAMERA_ERROR;
-    for (ci_u32 i = 0; i < numRegs; i++) _NUL_readRegister(camera, shipAddr, startAddr + i, &vals[i]);
+static ci_error_code _NUL_readRegisters(ci_camera_t*, ci_u32, ci_u32, ci_u32 numRegs, ci_u32* vals) {
+    if (vals == nullptr) return numRegs == 0 ? CI_CAMERA_SUCCESS : CI_CAMERA_ERROR;
+    memset(vals, 0, sizeof(ci_u32) * numRegs);
     return CI_CAMERA_SUCCESS;
 }
 
-static ci_error_code _NUL_writeRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 startAddr, ci_u32 numRegs,
-                                         ci_u32* vals) {
-    if (vals == NULL) return numRegs == 0 ? CI_CAMERA_SUCCESS : CI_CAMERA_ERROR;
-    for (ci_u32 i = 0; i < numRegs; i++) _NUL_writeRegister(camera, shipAddr, startAddr + i, vals[i]);
-    return CI_CAMERA_SUCCESS;
-}
-
-static ci_u32 _NUL_sensorBase(const ci_camera_t* camera) {
-    return camera->sensor != NULL ? camera->sensor->shipAddr : 0;
+static ci_error_code _NUL_writeRegisters(ci_camera_t*, ci_u32, ci_u32, ci_u32 numRegs, ci_u32* vals) {
+    return vals == nullptr && numRegs != 0 ? CI_CAMERA_ERROR : CI_CAMERA_SUCCESS;
 }
 
 // The address space is irrelevant: every register of every space is 0.
 static ci_error_code _NUL_readSensorRegisters(ci_camera_t* camera, ci_u32, ci_u32 startAddr, ci_u32 numRegs,
                                               ci_u32* vals) {
-    return _NUL_readRegisters(camera, _NUL_sensorBase(camera), startAddr, numRegs, vals);
+    return _NUL_readRegisters(camera, _transport_sensor_base(camera), startAddr, numRegs, vals);
 }
 
 static ci_error_code _NUL_writeSensorRegisters(ci_camera_t* camera, ci_u32, ci_u32 startAddr, ci_u32 numRegs,
                                                ci_u32* vals) {
-    return _NUL_writeRegisters(camera, _NUL_sensorBase(camera), startAddr, numRegs, vals);
+    return _NUL_writeRegisters(camera, _transport_sensor_base(camera), startAddr, numRegs, vals);
 }
 
 static ci_error_code _NUL_grabFrame(ci_camera_t*, ci_u8*, ci_u32) { return CI_CAMERA_ERROR; }
@@ -71,7 +62,7 @@ static ci_error_code _NUL_updateFrameSize(ci_camera_t* camera, ci_u32 width, ci_
                                           ci_s32 nClocksPerPixel) {
     _common_context_t* ctx = _ctx(camera);
     ci_sensor_t* sensor = camera->sensor;
-    if (ctx == NULL || sensor == NULL) return CI_SENSOR_NOT_INITIALIZED;
+    if (ctx == nullptr || sensor == nullptr) return CI_SENSOR_NOT_INITIALIZED;
     if (width != 0) sensor->width = width;
     if (height != 0) sensor->height = height;
     if (nClocksPerPixel != 0) ctx->clocksPerPixel = (ci_u32)nClocksPerPixel;
@@ -83,20 +74,46 @@ static ci_error_code _NUL_updateFrameSize(ci_camera_t* camera, ci_u32 width, ci_
     return CI_CAMERA_SUCCESS;
 }
 
-static ci_error_code _NUL_setMode(ci_camera_t* camera, ci_modes mode, ci_u32 val) {
-    return _SetMode(camera, mode, val);
-}
-
 static ci_error_code _NUL_getMode(ci_camera_t* camera, ci_modes mode, ci_u32* val) {
     if (mode != CI_SIMUL_REG_FRAMEGRAB) return _GetMode(camera, mode, val);
-    if (val == NULL) return CI_CAMERA_ERROR;
+    if (val == nullptr) return CI_CAMERA_ERROR;
     *val = 1;  // register reads never disturb a frame: there is none
     return CI_CAMERA_SUCCESS;
 }
 
+static const _transport_ops_t kNulOps = {
+    .transportType = CI_TRANSPORT_NULL,
+    .transportName = "NUL",
+    .productName = "NUL Camera",
+    .driverInfo = "Null device, no driver",
+    .startTransport = _NUL_startTransport,
+    .stopTransport = _NUL_stopTransport,
+    .grabFrame = _NUL_grabFrame,
+    .getFrameData = nullptr,
+    .updateFrameSize = _NUL_updateFrameSize,
+    .updateBufferSize = nullptr,
+    .setMode = nullptr,
+    .getMode = _NUL_getMode,
+    .initTransport = nullptr,
+    .readSensorRegistersNolock = _NUL_readSensorRegisters,
+    .writeSensorRegistersNolock = _NUL_writeSensorRegisters,
+    .readRegisterNolock = _NUL_readRegister,
+    .writeRegisterNolock = _NUL_writeRegister,
+    .readRegistersNolock = _NUL_readRegisters,
+    .writeRegistersNolock = _NUL_writeRegisters,
+    .readSystemRegistersNolock = nullptr,
+    .writeSystemRegistersNolock = nullptr,
+    .sendCommandNolock = nullptr,
+    .setHardwareUnswizzle = nullptr,
+    .setHardwareBuffering = nullptr,
+    .getDeviceName = nullptr,
+    .transportIniCommand = nullptr,
+    .freeTransportContext = nullptr,
+};
+
 static int _NUL_hasSensorFileExtension(const char* path) {
     const char* dot = strrchr(path, '.');
-    return dot != NULL && (osal_stricmp(dot, ".sdat") == 0 || osal_stricmp(dot, ".xsdat") == 0);
+    return dot != nullptr && (osal_stricmp(dot, ".sdat") == 0 || osal_stricmp(dot, ".xsdat") == 0);
 }
 
 static ci_error_code _NUL_create_sensor(ci_camera_t* camera, const char* path) {
@@ -110,68 +127,20 @@ static ci_error_code _NUL_create_sensor(ci_camera_t* camera, const char* path) {
     }
     if (attributes & kDirectoryModeBit) return CI_SENSOR_DOES_NOT_MATCH;
     if (!_NUL_hasSensorFileExtension(path)) return CI_CAMERA_ERROR;
-    camera->sensor = (ci_sensor_t*)calloc(1, sizeof(ci_sensor_t));
-    if (camera->sensor == NULL) return CK_ERR(CI_CAMERA_ERROR, "");
-    const ci_error_code parsed = ci_ParseSensorFile(camera, path, camera->sensor);
-    return parsed == CI_PARSE_SUCCESS ? CI_CAMERA_SUCCESS : CI_SENSOR_FILE_PARSE_ERROR;
-}
-
-static void _NUL_fillFunctionTable(ci_camera_t* camera, _common_context_t* ctx) {
-    camera->startTransport = _NUL_startTransport;
-    camera->stopTransport = _NUL_stopTransport;
-    _useGenericRegisterAccess(camera);
-    camera->grabFrame = _NUL_grabFrame;
-    camera->updateFrameSize = _NUL_updateFrameSize;
-    camera->setMode = _NUL_setMode;
-    camera->getMode = _NUL_getMode;
-    ctx->readSensorRegistersNolock = _NUL_readSensorRegisters;
-    ctx->writeSensorRegistersNolock = _NUL_writeSensorRegisters;
-    ctx->readRegisterNolock = _NUL_readRegister;
-    ctx->writeRegisterNolock = _NUL_writeRegister;
-    ctx->readRegistersNolock = _NUL_readRegisters;
-    ctx->writeRegistersNolock = _NUL_writeRegisters;
-}
-
-static ci_error_code _NUL_Transport_InitTransport(ci_camera_t* camera, const char* sensorFile) {
-    _init_common_context(camera);
-    _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL) return CK_ERR(CI_CAMERA_ERROR, "");
-    NUL_Transport_Context* nul = (NUL_Transport_Context*)calloc(1, sizeof(NUL_Transport_Context));
-    if (nul == NULL) return CK_ERR(CI_CAMERA_ERROR, "");
-    snprintf(nul->fileName, sizeof nul->fileName, "%s", sensorFile);
-    ctx->transport_context = nul;
-
-    camera->transportType = CI_TRANSPORT_NULL;
-    snprintf(camera->transportName, sizeof camera->transportName, "%s", "NUL");
-    camera->productID = CI_UNKNOWN_PRODUCT;
-    camera->productVersion = 0;
-    snprintf(camera->productName, sizeof camera->productName, "%s", "NUL Camera");
-    snprintf(ctx->driverInfo, sizeof ctx->driverInfo, "%s", "Null device, no driver");
-    _NUL_fillFunctionTable(camera, ctx);
-    return _NUL_create_sensor(camera, sensorFile);
-}
-
-static ci_error_code _NUL_Transport_CloseCamera(ci_camera_t* camera) {
-    if (camera == NULL) return CI_CAMERA_SUCCESS;
-    _common_context_t* ctx = _ctx(camera);
-    if (ctx != NULL) {
-        free(ctx->transport_context);
-        ctx->transport_context = NULL;
-    }
-    if (camera->sensor != NULL) _freeSensor(camera);
-    _free_common_context(camera);
-    free(camera);
-    return CI_CAMERA_SUCCESS;
+    return _transport_load_sensor_file(camera, path);
 }
 
 ci_error_code NUL_Transport_OpenCameras(ci_camera_t** cameras, ci_s32* n, const char* sensor, const char*) {
-    if (n != NULL) *n = 0;
-    if (sensor == NULL || sensor[0] == '\0') return CI_CAMERA_SUCCESS;
-    if (cameras == NULL || n == NULL) return CI_CAMERA_ERROR;
-    ci_camera_t* camera = (ci_camera_t*)calloc(1, sizeof(ci_camera_t));
-    if (camera == NULL) return CK_ERR(CI_CAMERA_ERROR, "");
-    if (_NUL_Transport_InitTransport(camera, sensor) != CI_CAMERA_SUCCESS) {
-        _NUL_Transport_CloseCamera(camera);
+    if (n != nullptr) *n = 0;
+    if (sensor == nullptr || sensor[0] == '\0') return CI_CAMERA_SUCCESS;
+    if (cameras == nullptr || n == nullptr) return CI_CAMERA_ERROR;
+    auto* nul = static_cast<NUL_Transport_Context*>(calloc(1, sizeof(NUL_Transport_Context)));
+    if (nul == nullptr) return CK_ERR(CI_CAMERA_ERROR, "");
+    snprintf(nul->fileName, sizeof nul->fileName, "%s", sensor);
+    ci_camera_t* camera = _transport_new_camera(&kNulOps, nul);
+    if (camera == nullptr) return CI_CAMERA_ERROR;
+    if (_NUL_create_sensor(camera, sensor) != CI_CAMERA_SUCCESS) {
+        _transport_free_camera(&kNulOps, camera);
         return CI_CAMERA_ERROR;
     }
     cameras[0] = camera;
@@ -179,7 +148,4 @@ ci_error_code NUL_Transport_OpenCameras(ci_camera_t** cameras, ci_s32* n, const 
     return CI_CAMERA_SUCCESS;
 }
 
-void NUL_Transport_CloseCameras(ci_s32 n, ci_camera_t** cameras) {
-    if (cameras == NULL) return;
-    for (ci_s32 i = 0; i < n; i++) _NUL_Transport_CloseCamera(cameras[i]);
-}
+void NUL_Transport_CloseCameras(ci_s32 n, ci_camera_t** cameras) { _transport_free_cameras(&kNulOps, n, cameras); }

@@ -164,31 +164,35 @@ int BusSim::transactionsAt(ci_u32 base) const {
     return (int)std::count_if(log_.begin(), log_.end(), [base](const BusTransaction& t) { return t.base == base; });
 }
 
+namespace {
+
+void keepBus(ci_camera_t*, void*) {}  // the bus belongs to the test, not the camera
+
+const _transport_ops_t kBusOps = [] {
+    _transport_ops_t ops{};
+    ops.transportName = "SIM";
+    ops.productName = "Simulated bus camera";
+    ops.readRegisterNolock = simReadRegister;
+    ops.writeRegisterNolock = simWriteRegister;
+    ops.readRegistersNolock = simReadRegisters;
+    ops.writeRegistersNolock = simWriteRegisters;
+    ops.readSensorRegistersNolock = simReadSensorRegisters;
+    ops.writeSensorRegistersNolock = simWriteSensorRegisters;
+    ops.freeTransportContext = keepBus;
+    return ops;
+}();
+
+}  // namespace
+
 void BusSim::attach(ci_camera_t* camera) {
-    _common_context_t* ctx = _ctx(camera);
-    ctx->transport_context = this;
-    ctx->readRegisterNolock = simReadRegister;
-    ctx->writeRegisterNolock = simWriteRegister;
-    ctx->readRegistersNolock = simReadRegisters;
-    ctx->writeRegistersNolock = simWriteRegisters;
-    ctx->readSensorRegistersNolock = simReadSensorRegisters;
-    ctx->writeSensorRegistersNolock = simWriteSensorRegisters;
-    _useGenericRegisterAccess(camera);
-    camera->setMode = _SetMode;
-    camera->getMode = _GetMode;
+    _ctx(camera)->transport_context = this;
+    _transport_apply_ops(camera, &kBusOps);
 }
 
-SimCamera::SimCamera(BusSim& bus) : camera_(static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)))) {
-    ci_InitCameraContext(camera_);
+SimCamera::SimCamera(BusSim& bus) : camera_(_transport_new_camera(&kBusOps, &bus)) {
     // A real open initialises the camera's (recursive) lock before any
     // nested locked call can happen; direct calls in tests need it too.
     osal_init_critical_section(&ctx()->criticalSection, "");
-    bus.attach(camera_);
 }
 
-SimCamera::~SimCamera() {
-    if (camera_->sensor != NULL) _freeSensor(camera_);
-    ctx()->transport_context = NULL;
-    ci_FreeCameraContext(camera_);
-    free(camera_);
-}
+SimCamera::~SimCamera() { _transport_free_camera(&kBusOps, camera_); }

@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-#include "core/camkit_private.h"
+#include "transport/transport_common.h"
 
 struct BusTransaction {
     ci_u32 base;

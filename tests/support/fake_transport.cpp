@@ -72,16 +72,14 @@ FakeTransports::~FakeTransports() {
 
 ci_camera_t* FakeTransports::makeCamera(ci_u32 flag) {
     const FakeRowScript& s = scripts_[flag];
-    auto* camera = static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)));
-    camera->transportType = flag;
-    camera->productID = s.productID;
-    snprintf(camera->transportName, sizeof camera->transportName, "FAKE");
-    ci_InitCameraContext(camera);
     auto* state = static_cast<FakeCameraState*>(calloc(1, sizeof(FakeCameraState)));
     snprintf(state->deviceName, sizeof state->deviceName, "fake.%x dev %d", flag, serial_++);
-    _common_context_t* ctx = _ctx(camera);
-    ctx->transport_context = state;
-    ctx->getDeviceName = deviceName;
+    _transport_ops_t ops{};
+    ops.transportType = flag;
+    ops.transportName = "FAKE";
+    ops.getDeviceName = deviceName;
+    ci_camera_t* camera = _transport_new_camera(&ops, state);
+    camera->productID = s.productID;
     camera->readRegister = fakeReadRegister;
     camera->writeRegister = fakeWriteRegister;
     if (s.withSensor) attachSensor(camera);
@@ -100,13 +98,9 @@ ci_error_code FakeTransports::open(int row, ci_camera_t** cameras, ci_s32* n) {
 
 void FakeTransports::close(ci_s32 n, ci_camera_t** cameras) {
     for (ci_s32 i = 0; i < n; i++) {
-        ci_camera_t* camera = cameras[i];
-        free(_ctx(camera)->transport_context);
-        _ctx(camera)->transport_context = nullptr;
-        _freeSensor(camera);
-        free(camera->chip);
-        ci_FreeCameraContext(camera);
-        free(camera);
+        free(cameras[i]->chip);
+        cameras[i]->chip = nullptr;
+        _transport_free_camera(nullptr, cameras[i]);
         live_--;
     }
 }

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/camkit_private.h"
+#include "transport/transport_common.h"
 
 struct FakeRowScript {
     ci_s32 count = 0;                          // cameras placed per open

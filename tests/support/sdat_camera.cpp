@@ -3,15 +3,20 @@
 
 #include <stdlib.h>
 
-ParseCamera::ParseCamera() : camera_(static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)))) {
-    ci_InitCameraContext(camera_);
+const _transport_ops_t& plain_camera_ops() {
+    static const _transport_ops_t ops = [] {
+        _transport_ops_t o{};
+        o.transportName = "test";
+        // Doubles that attach themselves as the transport context own it.
+        o.freeTransportContext = [](ci_camera_t*, void*) {};
+        return o;
+    }();
+    return ops;
 }
 
-ParseCamera::~ParseCamera() {
-    if (camera_->sensor) _freeSensor(camera_);
-    ci_FreeCameraContext(camera_);
-    free(camera_);
-}
+ParseCamera::ParseCamera() : camera_(_transport_new_camera(&plain_camera_ops(), nullptr)) {}
+
+ParseCamera::~ParseCamera() { _transport_free_camera(&plain_camera_ops(), camera_); }
 
 ci_error_code ParseCamera::parse(const std::string& path) const {
     return ci_ParseSensorFile(camera_, path.c_str(), nullptr);

@@ -4,7 +4,12 @@
 // sections.
 #include <string>
 
-#include "core/camkit_private.h"
+#include "transport/transport_common.h"
+
+// The operations of a camera without a device: a name and the core's
+// defaults, nothing else.  Test cameras that only parse or hold a
+// description are built from it.
+const _transport_ops_t& plain_camera_ops();
 
 // A zeroed camera record with a context (as a transport allocates one),
 // freed with its sensor description on destruction.

@@ -133,9 +133,7 @@ void SensorBuilder::freeChips(ci_chip_t* chips, ci_s32 count) {
 }
 
 TestCamera::TestCamera(const SensorBuilder& builder, const std::function<void(ci_camera_t*)>& beforeCache)
-    : camera_(static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)))) {
-    snprintf(camera_->transportName, CI_STRING_LEN, "test");
-    ci_InitCameraContext(camera_);
+    : camera_(_transport_new_camera(&plain_camera_ops(), nullptr)) {
     camera_->sensor = builder.build();
     camera_->chip = builder.buildChips(&camera_->num_chips);
     _init_global_context(camera_);
@@ -147,11 +145,7 @@ TestCamera::TestCamera(const SensorBuilder& builder, const std::function<void(ci
 
 TestCamera::~TestCamera() {
     SensorBuilder::freeChips(camera_->chip, camera_->num_chips);
-    ci_DestructSensor(camera_->sensor);
-    free(camera_->sensor);
-    camera_->sensor = nullptr;
-    ci_FreeCameraContext(camera_);
-    free(camera_);
+    _transport_free_camera(&plain_camera_ops(), camera_);
 }
 
 std::string LogCapture::text() const {

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "core/camkit_private.h"
 #include "scratch_dir.h"
+#include "sdat_camera.h"
 
 class SensorBuilder {
 public:
