@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds and runs the whole test suite:
 #  1. the plain build (RelWithDebInfo) with every test;
-#  2. the same suite under AddressSanitizer + UndefinedBehaviorSanitizer;
+#  2. the same suite under AddressSanitizer + UndefinedBehaviorSanitizer, with
+#     line coverage per directory of src/;
 #  3. the thread tests under ThreadSanitizer;
 #  4. each fuzz target for FUZZ_SECONDS (default 60) over its seed corpus.
 set -euo pipefail
@@ -17,20 +18,23 @@ trap 'rm -f "$summary"' EXIT
 run_ctest() { ctest "$@" | tee -a "$summary"; }
 
 step "build and test"
-cmake -S . -B build/test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=ON \
+cmake -S . -B build/test -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCAMKIT_WERROR=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=ON \
   -DCAMKIT_BUILD_TOOLS=ON >/dev/null
 cmake --build build/test -j "$jobs"
 run_ctest --test-dir build/test -j "$jobs" --output-on-failure
 
 step "AddressSanitizer + UndefinedBehaviorSanitizer"
-cmake -S . -B build/asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_SANITIZE=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=OFF \
+cmake -S . -B build/asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_WERROR=ON -DCAMKIT_SANITIZE=ON -DCAMKIT_COVERAGE=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=OFF \
   -DCAMKIT_BUILD_TOOLS=OFF >/dev/null
 cmake --build build/asan -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   run_ctest --test-dir build/asan -j "$jobs" --output-on-failure
+step "line coverage of src/ (the sanitizer run)"
+gcovr --root . --filter 'src/' --object-directory build/asan --txt /dev/null --json-summary build/asan/coverage.json >/dev/null
+scripts/coverage_by_dir.py build/asan/coverage.json
 
 step "ThreadSanitizer (thread tests)"
-cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_TSAN=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=OFF \
+cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCAMKIT_WERROR=ON -DCAMKIT_TSAN=ON -DCAMKIT_BUILD_TESTS=ON -DCAMKIT_BUILD_BENCH=OFF \
   -DCAMKIT_BUILD_TOOLS=OFF >/dev/null
 cmake --build build/tsan -j "$jobs"
 TSAN_OPTIONS=halt_on_error=1 run_ctest --test-dir build/tsan -j "$jobs" --output-on-failure -L thread
