@@ -30,7 +30,8 @@ cmake --build build/asan -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   run_ctest --test-dir build/asan -j "$jobs" --output-on-failure
 step "line coverage of src/ (the sanitizer run)"
-gcovr --root . --filter 'src/' --object-directory build/asan --txt /dev/null --json-summary build/asan/coverage.json >/dev/null
+gcovr --root . --filter 'src/' --object-directory build/asan --gcov-ignore-parse-errors \
+  --json-summary build/asan/coverage.json >build/asan/coverage.txt
 scripts/coverage_by_dir.py build/asan/coverage.json
 
 step "ThreadSanitizer (thread tests)"
