@@ -334,6 +334,7 @@ typedef enum ci_addr_type {
  * codes whose behaviour the library changes are named here. */
 typedef enum ci_sensor_types {
     CI_UNKNOWN_SENSOR = 0,
+    CI_BITMAP_SENSOR = 36,          /* the synthetic sensor of file-backed cameras */
     CI_RESERVED_SENSOR43 = 71,
     CI_RESERVED_SENSOR71 = 103,
     CI_ARRAY_IMAGER_SENSOR = 105,

@@ -110,6 +110,13 @@ void _transport_free_cameras(const _transport_ops_t* ops, ci_s32 n, ci_camera_t*
     }
 }
 
+ci_error_code _transport_get_frame_data(ci_camera_t* camera, ci_frame_data_t* frameData) {
+    const _common_context_t* ctx = _ctx(camera);
+    if (ctx == nullptr || frameData == nullptr) return CI_CAMERA_ERROR;
+    *frameData = ctx->frame_data;
+    return CI_CAMERA_SUCCESS;
+}
+
 ci_u32 _transport_sensor_base(const ci_camera_t* camera) {
     return camera != nullptr && camera->sensor != nullptr ? camera->sensor->shipAddr : 0;
 }

@@ -67,6 +67,10 @@ void _transport_free_camera(const _transport_ops_t* ops, ci_camera_t* camera);
 // Frees `n` cameras of one transport (the registry's close hook body).
 void _transport_free_cameras(const _transport_ops_t* ops, ci_s32 n, ci_camera_t** cameras);
 
+// A getFrameData operation for transports that keep the last frame's data in
+// the common context (ctx->frame_data).
+ci_error_code _transport_get_frame_data(ci_camera_t* camera, ci_frame_data_t* frameData);
+
 // camera->sensor->shipAddr, or 0 when no sensor is attached.
 ci_u32 _transport_sensor_base(const ci_camera_t* camera);
 
