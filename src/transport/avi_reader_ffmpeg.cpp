@@ -153,6 +153,7 @@ public:
     explicit FfmpegAviReader(std::unique_ptr<ByteSource> src) : src_(std::move(src)) {}
     ~FfmpegAviReader() override {
         av_packet_free(&pkt_);
+        av_packet_free(&held_);
         av_frame_free(&picture_);
         avcodec_free_context(&codec_);
         sws_freeContext(sws_);
@@ -160,8 +161,9 @@ public:
 
     bool open(std::string* error) {
         pkt_ = av_packet_alloc();
+        held_ = av_packet_alloc();
         picture_ = av_frame_alloc();
-        if (pkt_ == nullptr || picture_ == nullptr) return fail(error, "out of memory");
+        if (pkt_ == nullptr || held_ == nullptr || picture_ == nullptr) return fail(error, "out of memory");
         if (!demux_.open(src_.get(), error)) return false;
         return describe(error) && listFrames(error) && openDecoder(error);
     }
@@ -178,7 +180,7 @@ public:
         }
         next_ = index + 1;
         *bytes = frameBytes_;
-        return frameBuf_.data();
+        return frameData_;
     }
 
 private:
@@ -291,29 +293,27 @@ private:
                 continue;
             }
             const bool ok = storePacket();
-            av_packet_unref(pkt_);
+            av_packet_unref(pkt_);  // a no-op when the frame kept it
             return ok;
         }
         CK_ERR(CI_CAMERA_ERROR, "the video ended before the frame");
         return false;
     }
 
+    // Keeps the packet itself (no copy) as the current frame.
     bool storePacket() {
         const ci_u32 size = (ci_u32)pkt_->size;
-        if (size == 0 && !frameBuf_.empty()) return true;
-        if (kind_ == Kind::Dib) {
-            const ci_u32 need = (ci_u32)info_.stride * (ci_u32)info_.height;
-            if (size < need) {
-                CK_ERR(CI_CAMERA_ERROR, "an uncompressed frame is shorter than its rows");
-                return false;
-            }
-            frameBuf_.assign(pkt_->data, pkt_->data + need);
-            frameBytes_ = need;
-            return true;
+        if (size == 0 && held_->size > 0) return true;
+        const ci_u32 need = kind_ == Kind::Dib ? (ci_u32)info_.stride * (ci_u32)info_.height : size;
+        if (size == 0 || size < need) {
+            CK_ERR(CI_CAMERA_ERROR, "a frame is shorter than its size");
+            return false;
         }
-        frameBuf_.assign(pkt_->data, pkt_->data + size);
-        frameBytes_ = size;
-        return size != 0;
+        av_packet_unref(held_);
+        av_packet_move_ref(held_, pkt_);
+        frameData_ = held_->data;
+        frameBytes_ = need;
+        return true;
     }
 
     // Decoded frames: the first picture at or after `ts`, as BGR24 rows.
@@ -355,6 +355,7 @@ private:
         }
         frameBytes_ = (ci_u32)info_.stride * (ci_u32)info_.height;
         frameBuf_.resize(frameBytes_);
+        frameData_ = frameBuf_.data();
         uint8_t* dst[4] = {frameBuf_.data(), nullptr, nullptr, nullptr};
         int dstStride[4] = {info_.stride, 0, 0, 0};
         sws_scale(sws_, picture_->data, picture_->linesize, 0, info_.height, dst, dstStride);
@@ -369,10 +370,12 @@ private:
     bool indexed_ = false;
     ci_u32 next_ = 0;
     AVPacket* pkt_ = nullptr;
+    AVPacket* held_ = nullptr;  // the current stored frame
     AVFrame* picture_ = nullptr;
     AVCodecContext* codec_ = nullptr;
     SwsContext* sws_ = nullptr;
-    std::vector<ci_u8> frameBuf_;
+    std::vector<ci_u8> frameBuf_;  // the current decoded frame
+    const ci_u8* frameData_ = nullptr;
     ci_u32 frameBytes_ = 0;
 };
 
