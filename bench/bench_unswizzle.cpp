@@ -15,7 +15,7 @@
 #include <random>
 #include <vector>
 
-#include "core/camkit_private.h"
+#include "transport/transport_common.h"
 
 namespace {
 
@@ -23,12 +23,14 @@ constexpr ci_u32 kWidth = 4000;
 constexpr ci_u32 kHeight = 3000;
 constexpr int kTimingRounds = 15;
 
+// A camera without a device: frames are processed off line.
+const _transport_ops_t kBareOps = {};
+
 // A camera record with a context and a sensor set up for one case.
 class BenchCamera {
 public:
     BenchCamera(ci_image_types type, ci_u32 bitsPerClock, ci_u32 clocksPerPixel, ci_s32 softwareUnswizzle) {
-        camera_ = static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)));
-        ci_InitCameraContext(camera_);
+        camera_ = _transport_new_camera(&kBareOps, nullptr);
         camera_->sensor = static_cast<ci_sensor_t*>(calloc(1, sizeof(ci_sensor_t)));
         _common_context_t* ctx = _ctx(camera_);
         ci_sensor_t* sensor = camera_->sensor;
@@ -43,11 +45,7 @@ public:
         sensor->pixelBytes = _pixelBytes(camera_);
         sensor->bufferSize = kWidth * kHeight * sensor->pixelBytes;
     }
-    ~BenchCamera() {
-        _freeSensor(camera_);
-        ci_FreeCameraContext(camera_);
-        free(camera_);
-    }
+    ~BenchCamera() { _transport_free_camera(&kBareOps, camera_); }
     BenchCamera(const BenchCamera&) = delete;
     BenchCamera& operator=(const BenchCamera&) = delete;
 

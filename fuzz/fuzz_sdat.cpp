@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-#include "core/camkit_private.h"
+#include "transport/transport_common.h"
 
 namespace {
 
@@ -46,11 +46,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fwrite(data, 1, size, f);
     fclose(f);
 
-    ci_camera_t* camera = static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)));
-    ci_InitCameraContext(camera);
+    static const _transport_ops_t kParseOnly = {};
+    ci_camera_t* camera = _transport_new_camera(&kParseOnly, nullptr);
     ci_ParseSensorFile(camera, path.c_str(), nullptr);
-    if (camera->sensor) _freeSensor(camera);
-    ci_FreeCameraContext(camera);
-    free(camera);
+    _transport_free_camera(&kParseOnly, camera);
     return 0;
 }

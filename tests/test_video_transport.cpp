@@ -2,6 +2,7 @@
 // videos are written by the set-up (uncompressed DIB, MJPEG, FFV1, and a
 // streamed file with neither index nor frame count), opened with the
 // video-file bit, and their frames compared with what the writer stored.
+#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -10,6 +11,11 @@
 
 #ifdef CAMKIT_HAVE_FFMPEG
 #include "avi_writer.h"
+#include "transport/avi_reader.h"
+
+extern "C" {
+#include <libavutil/mem.h>
+}
 
 namespace {
 
@@ -154,6 +160,29 @@ TEST(VideoFile, BadFilesFailTheOpenWithALogLine) {
         std::vector<uint8_t> frame(32 * 16 * 3);
         ci_grabFrame(cut.camera, frame.data(), (ci_u32)frame.size());
     }
+}
+
+// Inputs the container fuzzer found hostile, replayed the way it reads them.
+TEST(VideoFile, FuzzRegressionsAreRefusedOrPlayedSafely) {
+    av_max_alloc(64u << 20);  // as the fuzzer runs: a single huge request is refused
+    const std::string dir = std::string(CAMKIT_SOURCE_DIR) + "/tests/data/fuzz_regressions/avi";
+    DIR* d = opendir(dir.c_str());
+    ASSERT_NE(d, nullptr);
+    int replayed = 0;
+    while (dirent* e = readdir(d)) {
+        if (e->d_name[0] == '.') continue;
+        const std::string bytes = scratch_read_file(dir + "/" + e->d_name);
+        std::string error;
+        std::unique_ptr<AviReader> reader =
+            _AVI_open_reader_memory(reinterpret_cast<const ci_u8*>(bytes.data()), bytes.size(), &error);
+        for (ci_u32 i : {1u, 0u, 2u}) {
+            ci_u32 n = 0;
+            if (reader != nullptr && i < reader->info().numFrames) reader->frame(i, &n);
+        }
+        replayed++;
+    }
+    closedir(d);
+    EXPECT_GT(replayed, 0);
 }
 
 #else
