@@ -40,6 +40,19 @@ const std::vector<CommandSpec>& all_commands() {
          "or bitfield cannot hold is refused.  A bitfield is written by\n"
          "read-modify-write of its register.\n",
          true, run_set},
+        {"grab", "grab [-n COUNT] [-o FILE]", "grab frames and write them to image files",
+         "Starts the camera's transport, grabs COUNT frames (default 1) and, with -o,\n"
+         "writes each to FILE: .png (8- or 16-bit grey for raw and Bayer data, RGB\n"
+         "for colour types), .tif or .tiff (the same layouts), .raw (the bytes as\n"
+         "grabbed) or .jpg (JPEG frames).  A %d in FILE (or %04d) becomes the\n"
+         "frame's sequence number from 0; without one, several frames are written\n"
+         "as NAME_0.png, NAME_1.png, ...  Prints each frame's number and size, then\n"
+         "the frames grabbed and failed and the frame rate; on a terminal, a\n"
+         "progress line replaces the per-frame lines when COUNT > 1.\n"
+         "\n"
+         "  -n, --count COUNT   frames to grab\n"
+         "  -o, --output FILE   where to write them\n",
+         true, run_grab},
         {"demo", "demo", "a short tour of the tool (the default with no command)",
          "Lists the cameras, shows the selected camera, dumps its first registers\n"
          "and, on the demo camera, writes a register and a bitfield and reads them\n"

@@ -44,6 +44,7 @@ int run_info(Session& session, const Args& args);
 int run_regs(Session& session, const Args& args);
 int run_get(Session& session, const Args& args);
 int run_set(Session& session, const Args& args);
+int run_grab(Session& session, const Args& args);
 int run_demo(Session& session, const Args& args);
 int run_help(Session& session, const Args& args);
 int run_version(Session& session, const Args& args);
