@@ -34,6 +34,7 @@ bool set_sensor_data(Invocation& inv, const std::string& value, std::string& err
 }
 
 bool set_transports(Invocation& inv, const std::string& value, std::string& error) {
+    inv.options.transportsGiven = true;
     if (parse_transport_mask(value, inv.options.transports)) return true;
     error = "--transports: '" + value + "' is not a mask or a list of usb, plugin, image, video, null, all";
     return false;
@@ -59,6 +60,11 @@ bool set_log_level(Invocation& inv, const std::string& value, std::string& error
     return false;
 }
 
+bool set_plugin(Invocation& inv, const std::string& value, std::string&) {
+    inv.options.plugin = value;
+    return true;
+}
+
 bool set_cache(Invocation& inv, const std::string&, std::string&) {
     inv.options.cache = true;
     return true;
@@ -78,6 +84,7 @@ const OptionSpec kOptions[] = {
     {"--sensor-data", true, set_sensor_data},
     {"--transports", true, set_transports},
     {"--camera", true, set_camera},
+    {"--plugin", true, set_plugin},
     {"--log", true, set_log},
     {"--log-level", true, set_log_level},
     {"--cache", false, set_cache},

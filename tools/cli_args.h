@@ -17,6 +17,8 @@ constexpr ci_u32 kDefaultTransports = 0xFFFFu;
 struct Options {
     std::string sensorData;           // empty: the library's sensor-data directory
     ci_u32 transports = kDefaultTransports;
+    bool transportsGiven = false;     // --transports named them
+    std::string plugin;               // --plugin: a plugin file or directory
     ci_s32 camera = 0;
     std::string logFile;              // empty: no log file named
     ci_s32 logLevel = -1;             // -1: not given

@@ -10,6 +10,12 @@
 #ifndef CAMKIT_DATA_DIR
 #define CAMKIT_DATA_DIR ""
 #endif
+#ifndef CAMKIT_PLUGIN_BUILD_DIR
+#define CAMKIT_PLUGIN_BUILD_DIR ""
+#endif
+#ifndef CAMKIT_PLUGIN_INSTALL_DIR
+#define CAMKIT_PLUGIN_INSTALL_DIR ""
+#endif
 #ifndef CAMKIT_INSTALL_DATA_DIR
 #define CAMKIT_INSTALL_DATA_DIR ""
 #endif
@@ -87,6 +93,14 @@ std::string default_sensor_data() {
         if (is_directory(dir + "/sensor_data")) return dir + "/sensor_data";
     }
     return library;
+}
+
+std::string find_simcam_plugin() {
+    for (const char* dir : {CAMKIT_PLUGIN_BUILD_DIR, CAMKIT_PLUGIN_INSTALL_DIR}) {
+        const std::string path = std::string(dir) + "/simcam.so";
+        if (dir[0] != '\0' && is_regular_file(path)) return path;
+    }
+    return std::string();
 }
 
 }  // namespace cli

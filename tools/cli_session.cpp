@@ -27,8 +27,25 @@ std::string demo_file(const Options& options) {
     return find_demo_sensor_file();
 }
 
+// The simulated camera (the simcam plugin) on the demo sensor, when both are
+// there.
+bool open_simulated(const std::string& file, Session& session) {
+    const std::string plugin = find_simcam_plugin();
+    if (plugin.empty() || file.empty()) return false;
+    ci_OpenCameras2(session.cameras, &session.count, file.c_str(), CI_TRANSPORT_PLUGIN, plugin.c_str());
+    if (session.count <= 0) {
+        session.count = 0;
+        return false;
+    }
+    report_note("no camera found; using the simulated camera (plugin " + plugin + ") on " + file);
+    session.simulated = true;
+    return true;
+}
+
 int open_demo(const Options& options, ci_error_code why, Session& session) {
     const std::string file = demo_file(options);
+    session.demo = true;
+    if (open_simulated(file, session)) return kExitOk;
     if (file.empty()) {
         return report_error("open", why ? why : CI_CAMERA_ERROR,
                             std::string("no camera found, and no demo sensor file ") + kDemoSensorFile +
@@ -41,17 +58,20 @@ int open_demo(const Options& options, ci_error_code why, Session& session) {
     if (session.count <= 0) {
         return report_error("open", code ? code : CI_CAMERA_ERROR, "the demo camera could not be opened on " + file);
     }
-    session.demo = true;
     return kExitOk;
 }
 
 int open_cameras(const Options& options, Session& session) {
     const std::string sensorData = options.sensorData.empty() ? default_sensor_data() : options.sensorData;
-    const ci_error_code code =
-        ci_OpenCameras2(session.cameras, &session.count, sensorData.c_str(), options.transports, "");
+    const ci_error_code code = ci_OpenCameras2(session.cameras, &session.count, sensorData.c_str(),
+                                               options.transports, options.plugin.c_str());
     if (session.count > 0) return kExitOk;
     session.count = 0;
-    if (options.noDemo) return report_error("open", code ? code : CI_CAMERA_ERROR, "no camera found");
+    // The demo cameras stand in only on a plain run: a user who chose the
+    // transports or a plugin asked for those and is told they found nothing.
+    if (options.noDemo || options.transportsGiven || !options.plugin.empty()) {
+        return report_error("open", code ? code : CI_CAMERA_ERROR, "no camera found");
+    }
     return open_demo(options, code, session);
 }
 
@@ -65,7 +85,7 @@ int select_camera(const Options& options, Session& session) {
     session.camera = session.cameras[options.camera];
     // Without a device behind it the demo camera reads 0 everywhere; the
     // register cache is what shows the values written during the run.
-    if (options.cache || session.demo) ci_setMode(session.camera, CI_USE_REG_CACHE, 1);
+    if (options.cache || (session.demo && !session.simulated)) ci_setMode(session.camera, CI_USE_REG_CACHE, 1);
     return kExitOk;
 }
 

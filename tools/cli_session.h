@@ -19,7 +19,8 @@ struct Session {
     ci_s32 count = 0;
     ci_camera_t* camera = nullptr;  // the selected camera
     ci_s32 index = 0;               // its position in `cameras`
-    bool demo = false;              // the null camera opened as a fallback
+    bool demo = false;              // a demo camera opened as a fallback
+    bool simulated = false;         // ... the simulated camera (plugin), not the null camera
     bool open = false;
     bool logOpen = false;
 };
@@ -34,6 +35,10 @@ void close_session(Session& session);
 // next to the executable (a relocated installation).
 std::string find_demo_sensor_file();
 std::string default_sensor_data();
+
+// The bundled simulated-camera plugin: the build tree's, the installed one,
+// or the one beside the executable's library directory ("" when none).
+std::string find_simcam_plugin();
 
 // True for an existing regular file named *.sdat or *.xsdat.
 bool is_sensor_file(const std::string& path);

@@ -1,6 +1,9 @@
 // camkit demo (and camkit with no command): a short tour of the commands.
 // Registers are written only on the demo camera, never on a real board.
+#include <unistd.h>
+
 #include <cstdio>
+#include <string>
 
 #include "cli_commands.h"
 #include "cli_format.h"
@@ -95,6 +98,21 @@ int read_tour(Session& session) {
     return step(session, ("get " + std::string(reg->unique_desc)).c_str(), run_get, {reg->unique_desc});
 }
 
+// A file name in the working directory that nothing uses yet.
+std::string unused_picture_name() {
+    std::string name = "camkit_demo.png";
+    for (int n = 1; access(name.c_str(), F_OK) == 0 && n < 1000; n++) name = "camkit_demo_" + std::to_string(n) + ".png";
+    return name;
+}
+
+// Ends the tour with a frame written to a picture (not on the null camera:
+// it has no frames).
+int grab_tour(Session& session) {
+    if (session.demo && !session.simulated) return kExitOk;
+    const std::string name = unused_picture_name();
+    return step(session, ("grab -o " + name).c_str(), run_grab, {"-o", name});
+}
+
 }  // namespace
 
 int run_demo(Session& session, const Args& args) {
@@ -105,7 +123,8 @@ int run_demo(Session& session, const Args& args) {
     const std::string limit = std::to_string(kTourRegisters);
     rc = step(session, ("regs --limit " + limit).c_str(), run_regs, {"--limit", limit});
     if (rc != kExitOk) return rc;
-    return session.demo ? write_tour(session) : read_tour(session);
+    rc = session.demo ? write_tour(session) : read_tour(session);
+    return rc != kExitOk ? rc : grab_tour(session);
 }
 
 }  // namespace cli

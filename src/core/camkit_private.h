@@ -6,6 +6,7 @@
 #include <stdint.h>
 
 #include "camkit.h"
+#include "camkit_plugin.h"
 #include "base/osal.h"
 
 // ---------------------------------------------------------------------------
@@ -136,25 +137,8 @@ typedef struct _regCache {
 #define CI_CACHE_VOLATILE 0x1u
 
 // Transport hooks without lock (called with the camera lock held).
-typedef ci_error_code (*ci_read_system_registers_fn)(ci_camera_t* camera, ci_addr_type addrType, ci_u32 addrSpace,
-                                                     ci_u32 startAddr, ci_u32 dataSize, ci_u32 count,
-                                                     ci_u32* vals);
-typedef ci_error_code (*ci_write_system_registers_fn)(ci_camera_t* camera, ci_addr_type addrType,
-                                                      ci_u32 addrSpace, ci_u32 startAddr, ci_u32 dataSize,
-                                                      ci_u32 count, ci_u32* vals);
-typedef ci_error_code (*ci_send_command_fn)(ci_camera_t* camera, ci_u32 command, ci_u32 paramSize,
-                                            const ci_u8* paramBuffer, ci_u32* statusCode, ci_u32 resultSize,
-                                            ci_u8* resultBuffer, ci_u32* bytesReturned);
-typedef void (*ci_notify_callback_fn)(ci_camera_t* camera, ci_notify_codes code);
-typedef ci_u32 (*ci_set_notify_callback_fn)(ci_camera_t* camera, ci_notify_callback_fn callback);
-typedef ci_error_code (*ci_enable_device_notification_fn)(ci_camera_t* camera, intptr_t windowHandle);
-typedef ci_error_code (*ci_disable_device_notification_fn)(ci_camera_t* camera);
-typedef ci_error_code (*ci_match_dev_change_msg_fn)(ci_camera_t* camera, ci_u32 message, void* data);
 typedef ci_error_code (*ci_set_hardware_unswizzle_fn)(ci_camera_t* camera);
 typedef ci_error_code (*ci_set_hardware_buffering_fn)(ci_camera_t* camera, ci_u32 value);
-typedef const char* (*ci_get_device_name_fn)(ci_camera_t* camera);
-// INI command callback: (camera, key, value) -> INI result code.
-typedef ci_error_code (*ci_ini_command_fn)(ci_camera_t* camera, const char* key, const char* value);
 
 typedef struct _common_context_t {
     // 1. pixel clocking

@@ -162,22 +162,6 @@ static ci_error_code _AVI_grabFrame(ci_camera_t* camera, ci_u8* buffer, ci_u32 s
     return CI_CAMERA_SUCCESS;
 }
 
-static ci_error_code _AVI_updateFrameSize(ci_camera_t* camera, ci_u32 width, ci_u32 height, ci_s32 nBitsPerClock,
-                                          ci_s32 nClocksPerPixel) {
-    _common_context_t* ctx = _ctx(camera);
-    ci_sensor_t* sensor = camera->sensor;
-    if (ctx == nullptr || sensor == nullptr) return CI_SENSOR_NOT_INITIALIZED;
-    if (width != 0) sensor->width = width;
-    if (height != 0) sensor->height = height;
-    if (nClocksPerPixel != 0) ctx->clocksPerPixel = (ci_u32)nClocksPerPixel;
-    if (nBitsPerClock != 0) ctx->bitsPerClock = (ci_u32)nBitsPerClock;
-    sensor->pixelBits = _pixelBits(camera);
-    sensor->pixelBytes = _pixelBytes(camera);
-    _updateImageType(camera);
-    sensor->bufferSize = sensor->pixelBytes * sensor->width * sensor->height;
-    return CI_CAMERA_SUCCESS;
-}
-
 static ci_error_code _AVI_getMode(ci_camera_t* camera, ci_modes mode, ci_u32* val) {
     if (mode != CI_SIMUL_REG_FRAMEGRAB) return _GetMode(camera, mode, val);
     if (val == nullptr) return CI_CAMERA_ERROR;
@@ -201,7 +185,7 @@ static const _transport_ops_t kAviOps = {
     .stopTransport = _AVI_stopTransport,
     .grabFrame = _AVI_grabFrame,
     .getFrameData = _transport_get_frame_data,
-    .updateFrameSize = _AVI_updateFrameSize,
+    .updateFrameSize = _transport_update_frame_size,
     .updateBufferSize = nullptr,
     .setMode = nullptr,
     .getMode = _AVI_getMode,

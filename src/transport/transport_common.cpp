@@ -117,6 +117,22 @@ ci_error_code _transport_get_frame_data(ci_camera_t* camera, ci_frame_data_t* fr
     return CI_CAMERA_SUCCESS;
 }
 
+ci_error_code _transport_update_frame_size(ci_camera_t* camera, ci_u32 width, ci_u32 height, ci_s32 nBitsPerClock,
+                                           ci_s32 nClocksPerPixel) {
+    _common_context_t* ctx = _ctx(camera);
+    ci_sensor_t* sensor = camera != nullptr ? camera->sensor : nullptr;
+    if (ctx == nullptr || sensor == nullptr) return CI_SENSOR_NOT_INITIALIZED;
+    if (width != 0) sensor->width = width;
+    if (height != 0) sensor->height = height;
+    if (nClocksPerPixel != 0) ctx->clocksPerPixel = (ci_u32)nClocksPerPixel;
+    if (nBitsPerClock != 0) ctx->bitsPerClock = (ci_u32)nBitsPerClock;
+    sensor->pixelBits = _pixelBits(camera);
+    sensor->pixelBytes = _pixelBytes(camera);
+    _updateImageType(camera);
+    sensor->bufferSize = sensor->pixelBytes * sensor->width * sensor->height;
+    return CI_CAMERA_SUCCESS;
+}
+
 ci_u32 _transport_sensor_base(const ci_camera_t* camera) {
     return camera != nullptr && camera->sensor != nullptr ? camera->sensor->shipAddr : 0;
 }

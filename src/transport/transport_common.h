@@ -71,6 +71,12 @@ void _transport_free_cameras(const _transport_ops_t* ops, ci_s32 n, ci_camera_t*
 // the common context (ctx->frame_data).
 ci_error_code _transport_get_frame_data(ci_camera_t* camera, ci_frame_data_t* frameData);
 
+// The library's frame-size update: a zero leaves that value; pixel bits and
+// bytes follow the clocking of the common context, the image type is
+// recomputed and the buffer holds width x height pixels.
+ci_error_code _transport_update_frame_size(ci_camera_t* camera, ci_u32 width, ci_u32 height, ci_s32 nBitsPerClock,
+                                           ci_s32 nClocksPerPixel);
+
 // camera->sensor->shipAddr, or 0 when no sensor is attached.
 ci_u32 _transport_sensor_base(const ci_camera_t* camera);
 
