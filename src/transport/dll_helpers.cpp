@@ -3,6 +3,7 @@
 #define CK_SOURCE "transport/dll_transport"
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include "transport/dll_transport.h"
 
@@ -54,16 +55,22 @@ static ci_error_code _DLL_helperReadReg(ci_camera_t* camera, const char* regName
     return ci_ReadSensorRegStr(camera, regName, bitfieldName != nullptr ? bitfieldName : "", value);
 }
 
+// Any key of the [BOARD] section (the profile lookup sees only a section's
+// first entry, so the section's entries are scanned here).
 static ci_error_code _DLL_helperBoardConfig(ci_camera_t* camera, const char* key, char* value, ci_u32 size) {
     const DLL_Transport_Context* dll = _DLL_context(camera);
     if (dll == nullptr || key == nullptr || value == nullptr || size == 0) return CI_CAMERA_ERROR;
     if (dll->camFileName[0] == '\0') return CI_CAMERA_NOT_SUPPORTED;
-    static const char kMissing[] = "\x01";
-    char found[CI_STRING_LEN];
-    osal_getprivateprofilestring("BOARD", key, kMissing, found, sizeof found, dll->camFileName);
-    if (strcmp(found, kMissing) == 0) return CI_CAMERA_NOT_SUPPORTED;
-    snprintf(value, size, "%s", found);
-    return CI_CAMERA_SUCCESS;
+    std::vector<char> entries(16384);
+    if (osal_getsection("BOARD", entries.data(), entries.size(), dll->camFileName) == 0) return CI_CAMERA_NOT_SUPPORTED;
+    const size_t keyLength = strlen(key);
+    for (const char* entry = entries.data(); *entry != '\0'; entry += strlen(entry) + 1) {
+        if (osal_strnicmp(entry, key, keyLength) == 0 && entry[keyLength] == '=') {
+            snprintf(value, size, "%s", entry + keyLength + 1);
+            return CI_CAMERA_SUCCESS;
+        }
+    }
+    return CI_CAMERA_NOT_SUPPORTED;
 }
 
 const ci_transport_helpers_t g_transport_helpers = {
