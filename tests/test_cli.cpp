@@ -233,3 +233,25 @@ TEST_F(Cli, UsageErrorsExitWithTwoOtherFailuresWithOne) {
     EXPECT_EQ(r.status, 1);
     EXPECT_NE(r.err.find("no camera 3 (1 opened)"), std::string::npos) << r.err;
 }
+
+TEST_F(Cli, NamedFilesThatCannotServeFailWithTheReason) {
+    const struct {
+        std::vector<std::string> args;
+        int status;
+        const char* says;
+    } cases[] = {
+        {{"--sensor-data", dir_.file("missing.sdat"), "info"}, 1, "No such file or directory"},
+        {{"--sensor-data", "/dev/zero", "info"}, 1, "is not a sensor data file"},
+        {{"--sensor-data", dir_.write("bad.sdat", "[CHIP_DESCRIPTOR]\nWIDTH = x\n"), "info"}, 1,
+         "is not a sensor data file"},
+        {{"--log", dir_.file("no/such/dir/x.log"), "list"}, 2, "cannot write a log in"},
+        {{"--transports", "null", "get", "TEST_GAIN"}, 1, "no camera found"},
+    };
+    for (const auto& c : cases) {
+        const ToolRun r = run(c.args);
+        EXPECT_EQ(r.status, c.status) << c.args[1];
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+        EXPECT_EQ(r.err.find("using the"), std::string::npos) << r.err;  // no stand-in camera
+        EXPECT_EQ(r.out, "") << c.args[1];
+    }
+}

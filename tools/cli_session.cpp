@@ -1,5 +1,12 @@
 #include "cli_session.h"
 
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 #include "cli_report.h"
 
 namespace cli {
@@ -12,12 +19,56 @@ constexpr ci_s32 kDefaultLogLevel = CI_LOG_SEVERE | CI_LOG_ERROR;
 // rotating up to camkit4.log).
 constexpr const char* kDefaultLogFile = "camkit.log";
 
-void open_log(const Options& options, Session& session) {
-    if (options.logLevel < 0 && options.logFile.empty()) return;
+std::string directory_of(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+int open_log(const Options& options, Session& session) {
+    if (options.logLevel < 0 && options.logFile.empty()) return kExitOk;
     const ci_s32 level = options.logLevel >= 0 ? options.logLevel : kDefaultLogLevel;
     const std::string file = options.logFile.empty() ? kDefaultLogFile : options.logFile;
+    // The library numbers the file in its directory: that must be writable.
+    const std::string dir = directory_of(file);
+    if (access(dir.c_str(), W_OK) != 0) {
+        return report_usage("--log", "cannot write a log in " + dir + ": " + std::strerror(errno));
+    }
     ci_OpenErrorLog(level, file.c_str());
     session.logOpen = true;
+    return kExitOk;
+}
+
+// File extensions the image-file and video-file cameras play.
+bool is_played_file(const std::string& path) {
+    static const char* const kExtensions[] = {".avi", ".bmp", ".ccr", ".dxr", ".csv", ".tab", ".txt", ".itx",
+                                              ".raw", ".bin", ".png", ".jpg", ".jpeg", ".tif", ".tiff"};
+    const size_t dot = path.rfind('.');
+    if (dot == std::string::npos) return false;
+    for (const char* ext : kExtensions) {
+        if (strcasecmp(path.c_str() + dot, ext) == 0) return true;
+    }
+    return false;
+}
+
+// A sensor data file the user named must exist and be one the reader
+// accepts: a different sensor standing in for it would mislead.
+int check_sensor_data(const Options& options) {
+    const std::string& path = options.sensorData;
+    struct stat st {};
+    if (path.empty()) return kExitOk;
+    if (stat(path.c_str(), &st) != 0) {
+        return report_error("--sensor-data", CI_CAMERA_ERROR, path + ": " + std::strerror(errno));
+    }
+    if (S_ISDIR(st.st_mode) || is_played_file(path)) return kExitOk;
+    ci_camera_t* cameras[1] = {};
+    ci_s32 n = 0;
+    const ci_error_code code = ci_OpenCameras2(cameras, &n, path.c_str(), CI_TRANSPORT_NULL, "");
+    if (n > 0) ci_CloseCameras2(cameras, n);
+    if (n > 0) return kExitOk;
+    return report_error("--sensor-data", code ? code : CI_SENSOR_FILE_PARSE_ERROR,
+                        path + " is not a sensor data file the reader accepts (--log names a file that shows the "
+                               "reader's error and line)");
 }
 
 // The file the demo camera plays: the user's own sensor file when one was
@@ -92,8 +143,9 @@ int select_camera(const Options& options, Session& session) {
 }  // namespace
 
 int open_session(const Options& options, Session& session) {
-    open_log(options, session);
-    int rc = open_cameras(options, session);
+    int rc = open_log(options, session);
+    if (rc == kExitOk) rc = check_sensor_data(options);
+    if (rc == kExitOk) rc = open_cameras(options, session);
     if (rc == kExitOk) {
         session.open = true;
         rc = select_camera(options, session);
