@@ -255,3 +255,31 @@ TEST_F(Cli, NamedFilesThatCannotServeFailWithTheReason) {
         EXPECT_EQ(r.out, "") << c.args[1];
     }
 }
+
+TEST_F(Cli, DescribeShowsTheDescriptionOfRegistersAndBitfields) {
+    ToolRun r = on_sensor({"describe", "test_ctrl", "TEST_CTRL.MODE"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(row_of(r.out, "address").find("0x3012"), std::string::npos) << r.out;
+    EXPECT_NE(row_of(r.out, "space").find("CORE (0, REG"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("mask              0x0FFF (bits 11..0)"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("mask              0x00F0 (bits 7..4)"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("register          TEST_CTRL at 0x3012"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("display name      Operating mode"), std::string::npos) << r.out;
+    r = on_sensor({"describe", "TEST_RESET"});
+    EXPECT_NE(row_of(r.out, "access").find("write-only"), std::string::npos) << r.out;
+    r = on_sensor({"describe", "NO_SUCH_REG"});
+    EXPECT_EQ(r.status, 1);
+}
+
+TEST_F(Cli, VarsAndSfrsListOnlyTheirAddressSpaces) {
+    const std::string soc = std::string(ck_test_data_dir()) + "/sensor_data/ck_soc.sdat";
+    ToolRun vars = run({"--transports", "null", "--sensor-data", soc, "vars"});
+    ToolRun sfrs = run({"--transports", "null", "--sensor-data", soc, "sfrs"});
+    ASSERT_EQ(vars.status, 0) << vars.err;
+    ASSERT_EQ(sfrs.status, 0) << sfrs.err;
+    EXPECT_NE(vars.out.find("MON_MAJOR_VERSION"), std::string::npos);
+    EXPECT_EQ(vars.out.find("SFR_GPIO_DATA"), std::string::npos);
+    EXPECT_NE(sfrs.out.find("SFR_GPIO_DATA"), std::string::npos);
+    EXPECT_EQ(sfrs.out.find("MON_MAJOR_VERSION"), std::string::npos);
+    EXPECT_EQ(on_sensor({"vars"}).status, 1);  // a sensor without a microcontroller
+}

@@ -26,6 +26,21 @@ const std::vector<CommandSpec>& all_commands() {
          "  --all      include the registers and bitfields marked confidential\n"
          "  --limit N  print at most N registers\n",
          true, run_regs},
+        {"vars", "vars [PATTERN] [--fields] [--all] [--limit N]", "microcontroller variables matching PATTERN",
+         "As 'regs', for the variables of a system-on-chip sensor's microcontroller\n"
+         "(the registers of its MCU address spaces).\n",
+         true, run_vars},
+        {"sfrs", "sfrs [PATTERN] [--fields] [--all] [--limit N]", "special-function registers matching PATTERN",
+         "As 'regs', for the special-function registers of a system-on-chip\n"
+         "sensor's microcontroller (the registers of its SFR address spaces).\n",
+         true, run_sfrs},
+        {"describe", "describe NAME[.FIELD]...", "what the sensor description says of a register or bitfield",
+         "Prints everything the sensor description holds about each register or\n"
+         "bitfield: address, address space and its type, span, mask and bit range,\n"
+         "access, default, data type and range, volatile and confidential marks,\n"
+         "display name, detail and long description; for a bitfield, its register.\n"
+         "Nothing is read from the device.\n",
+         true, run_describe},
         {"get", "get NAME[.FIELD]...", "read registers or bitfields",
          "Reads each register or bitfield and prints 'NAME = value' (or\n"
          "'NAME.FIELD = value'), the value shown by its data type.  Names are those\n"

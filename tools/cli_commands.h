@@ -42,6 +42,9 @@ bool parse_local(const Args& args, const std::vector<LocalOption>& allowed, Loca
 int run_list(Session& session, const Args& args);
 int run_info(Session& session, const Args& args);
 int run_regs(Session& session, const Args& args);
+int run_vars(Session& session, const Args& args);
+int run_sfrs(Session& session, const Args& args);
+int run_describe(Session& session, const Args& args);
 int run_get(Session& session, const Args& args);
 int run_set(Session& session, const Args& args);
 int run_grab(Session& session, const Args& args);

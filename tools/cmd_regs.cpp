@@ -16,6 +16,7 @@ struct RegsRequest {
     bool fields = false;
     bool all = false;     // include confidential registers and bitfields
     ci_s32 limit = -1;    // -1: no limit
+    ci_s32 type = -1;     // only registers in spaces of this address type (-1: all)
 };
 
 struct RegRead {
@@ -47,7 +48,8 @@ std::vector<RegRead> find_matches(ci_camera_t* camera, const RegsRequest& req) {
     while (req.limit < 0 || static_cast<ci_s32>(matches.size()) < req.limit) {
         ci_reg_data_t* reg = ci_FindRegisterWildcard(camera, req.pattern.c_str(), &position);
         if (!reg) break;
-        if (req.all || !reg->confidential) matches.push_back({reg, 0, CI_CAMERA_SUCCESS});
+        const bool ofType = req.type < 0 || (reg->addr_space != nullptr && (ci_s32)reg->addr_space->type == req.type);
+        if (ofType && (req.all || !reg->confidential)) matches.push_back({reg, 0, CI_CAMERA_SUCCESS});
     }
     return matches;
 }
@@ -102,16 +104,16 @@ int report_failed_reads(const std::vector<RegRead>& matches) {
                         std::to_string(failed) + " of " + std::to_string(matches.size()) + " registers could not be read");
 }
 
-}  // namespace
-
-int run_regs(Session& session, const Args& args) {
+// regs, vars and sfrs: the registers of one address type (or all) that match.
+int list_registers(Session& session, const Args& args, const char* command, ci_s32 type) {
     RegsRequest req;
+    req.type = type;
     std::string error;
-    if (!parse_request(args, req, error)) return report_usage("regs", error);
+    if (!parse_request(args, req, error)) return report_usage(command, error);
     ci_camera_t* camera = session.camera;
-    if (!camera->sensor) return report_error("regs", CI_SENSOR_NOT_INITIALIZED, "the camera has no sensor description");
+    if (!camera->sensor) return report_error(command, CI_SENSOR_NOT_INITIALIZED, "the camera has no sensor description");
     std::vector<RegRead> matches = find_matches(camera, req);
-    if (matches.empty()) return report_error("regs", CI_CAMERA_ERROR, "no register matches " + req.pattern);
+    if (matches.empty()) return report_error(command, CI_CAMERA_ERROR, "nothing matches " + req.pattern);
     read_all(camera, matches);
     Table table;
     table.add_row({"NAME", "ADDRESS", "SPACE", "VALUE", "DESCRIPTION"});
@@ -122,5 +124,13 @@ int run_regs(Session& session, const Args& args) {
     table.print(stdout);
     return report_failed_reads(matches);
 }
+
+}  // namespace
+
+int run_regs(Session& session, const Args& args) { return list_registers(session, args, "regs", -1); }
+
+int run_vars(Session& session, const Args& args) { return list_registers(session, args, "vars", CI_MCU_ADDR); }
+
+int run_sfrs(Session& session, const Args& args) { return list_registers(session, args, "sfrs", CI_SFR_ADDR); }
 
 }  // namespace cli
