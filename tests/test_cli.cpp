@@ -283,3 +283,14 @@ TEST_F(Cli, VarsAndSfrsListOnlyTheirAddressSpaces) {
     EXPECT_EQ(sfrs.out.find("MON_MAJOR_VERSION"), std::string::npos);
     EXPECT_EQ(on_sensor({"vars"}).status, 1);  // a sensor without a microcontroller
 }
+
+TEST_F(Cli, DebugEchoesTheLibraryLogAndTimeReportsEachStep) {
+    ToolRun r = on_sensor({"--debug", "--time", "get", "TEST_GAIN", "+", "get", "TEST_COUNT"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("DEBUG: parsing file"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("camkit: time: open "), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("camkit: time: get "), std::string::npos) << r.err;
+    EXPECT_NE(r.out.find("TEST_COUNT = "), std::string::npos);
+    r = on_sensor({"get", "TEST_GAIN"});
+    EXPECT_EQ(r.err, "");  // neither without the options
+}

@@ -75,6 +75,16 @@ bool set_no_demo(Invocation& inv, const std::string&, std::string&) {
     return true;
 }
 
+bool set_debug(Invocation& inv, const std::string&, std::string&) {
+    inv.options.debug = true;
+    return true;
+}
+
+bool set_time(Invocation& inv, const std::string&, std::string&) {
+    inv.options.time = true;
+    return true;
+}
+
 bool set_version(Invocation& inv, const std::string&, std::string&) {
     inv.version = true;
     return true;
@@ -89,6 +99,8 @@ const OptionSpec kOptions[] = {
     {"--log-level", true, set_log_level},
     {"--cache", false, set_cache},
     {"--no-demo", false, set_no_demo},
+    {"--debug", false, set_debug},
+    {"--time", false, set_time},
     {"--version", false, set_version},
 };
 

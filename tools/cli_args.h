@@ -24,6 +24,8 @@ struct Options {
     ci_s32 logLevel = -1;             // -1: not given
     bool cache = false;               // answer reads from the register cache
     bool noDemo = false;              // never fall back to the demo camera
+    bool debug = false;               // the library's log at every level on stderr too
+    bool time = false;                // how long opening and each command took
 };
 
 // One command and its own arguments (its local options included).

@@ -31,6 +31,8 @@ const char kOptions[] =
     "  --plugin PATH       the plugin file or directory the plugin transport\n"
     "                      loads (default: *.cam files here, then\n"
     "                      $CI_HOME/Plugins)\n"
+    "  --debug             the library's log at every level on stderr as well\n"
+    "  --time              how long opening and each command took, on stderr\n"
     "  --cache             answer reads from the register cache when it holds\n"
     "                      the value\n"
     "  --log FILE          write the library's error log to FILE, numbered:\n"

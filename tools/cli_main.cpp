@@ -5,6 +5,7 @@
 
 #include "cli_args.h"
 #include "cli_commands.h"
+#include "cli_debug.h"
 #include "cli_report.h"
 
 namespace cli {
@@ -37,10 +38,18 @@ bool show_command_help(const Invocation& inv, const std::vector<const CommandSpe
     return false;
 }
 
+// After a step: its time (--time) and what the library logged (--debug).
+void after_step(const Options& options, const Stopwatch& watch, const std::string& what) {
+    std::fflush(stdout);
+    if (options.debug) debug_log_echo();
+    if (options.time) watch.report(what);
+}
+
 int run_commands(const Invocation& inv, const std::vector<const CommandSpec*>& specs, Session& session) {
     for (size_t i = 0; i < specs.size(); ++i) {
+        const Stopwatch watch;
         const int rc = specs[i]->run(session, inv.commands[i].args);
-        std::fflush(stdout);
+        after_step(inv.options, watch, specs[i]->name);
         if (rc != kExitOk) return rc;
     }
     return kExitOk;
@@ -65,9 +74,15 @@ int run(int argc, const char* const* argv) {
     if (rc != kExitOk) return rc;
     if (show_command_help(inv, specs)) return kExitOk;
     Session session;
-    if (needsCamera && (rc = open_session(inv.options, session)) != kExitOk) return rc;
-    rc = run_commands(inv, specs, session);
+    if (needsCamera) {
+        const Stopwatch watch;
+        rc = open_session(inv.options, session);
+        after_step(inv.options, watch, "open");
+    }
+    if (rc == kExitOk) rc = run_commands(inv, specs, session);
+    if (inv.options.debug) debug_log_echo();
     close_session(session);
+    debug_log_end();
     return rc;
 }
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "cli_debug.h"
 #include "cli_report.h"
 
 namespace cli {
@@ -26,9 +27,10 @@ std::string directory_of(const std::string& path) {
 }
 
 int open_log(const Options& options, Session& session) {
-    if (options.logLevel < 0 && options.logFile.empty()) return kExitOk;
-    const ci_s32 level = options.logLevel >= 0 ? options.logLevel : kDefaultLogLevel;
-    const std::string file = options.logFile.empty() ? kDefaultLogFile : options.logFile;
+    if (options.logLevel < 0 && options.logFile.empty() && !options.debug) return kExitOk;
+    const ci_s32 level = options.debug ? CI_LOG_ALL : options.logLevel >= 0 ? options.logLevel : kDefaultLogLevel;
+    const std::string file = options.debug ? debug_log_file(options.logFile)
+                             : options.logFile.empty() ? kDefaultLogFile : options.logFile;
     // The library numbers the file in its directory: that must be writable.
     const std::string dir = directory_of(file);
     if (access(dir.c_str(), W_OK) != 0) {
