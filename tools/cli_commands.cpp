@@ -41,19 +41,26 @@ const std::vector<CommandSpec>& all_commands() {
          "display name, detail and long description; for a bitfield, its register.\n"
          "Nothing is read from the device.\n",
          true, run_describe},
-        {"get", "get NAME[.FIELD]...", "read registers or bitfields",
+        {"get", "get [--size A/D] NAME[.FIELD]|ADDRESS...", "read registers or bitfields",
          "Reads each register or bitfield and prints 'NAME = value' (or\n"
          "'NAME.FIELD = value'), the value shown by its data type.  Names are those\n"
-         "of the sensor data and are compared without regard to case.\n",
+         "of the sensor data and are compared without regard to case.\n"
+         "\n"
+         "Registers can also be named by address: 0x3012 (in the current address\n"
+         "space), CORE:0x3012 (in a named space), 0x20:0x3000 (serial address and\n"
+         "register of any device on the bus, with --size ADDRESS/DATA bits such as\n"
+         "8/16; the sensor's sizes otherwise), and any of them followed by &MASK\n"
+         "for the bits of a mask (0x301A&0x4).\n",
          true, run_get},
-        {"set", "set NAME[.FIELD]=VALUE...", "write registers or bitfields",
+        {"set", "set [--size A/D] NAME[.FIELD]|ADDRESS=VALUE...", "write registers or bitfields",
          "Writes each value and prints 'NAME = value (was old)', the value read back\n"
          "after the write.  Every argument is checked before anything is written.\n"
          "VALUE is read by the data type of the register or bitfield: decimal for\n"
          "every type ('-3' for signed types, '1.25' for fixed-point and floating\n"
          "types), and '0x...' for the raw bits of any type.  A value the register\n"
          "or bitfield cannot hold is refused.  A bitfield is written by\n"
-         "read-modify-write of its register.\n",
+         "read-modify-write of its register.  Addresses are taken as 'get' takes\n"
+         "them; an ADDRESS&MASK is written by read-modify-write as well.\n",
          true, run_set},
         {"grab", "grab [-n COUNT] [-o FILE]", "grab frames and write them to image files",
          "Starts the camera's transport, grabs COUNT frames (default 1) and, with -o,\n"

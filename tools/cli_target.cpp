@@ -20,7 +20,9 @@ void split_name(ci_camera_t* camera, const std::string& text, std::string& reg, 
 
 }  // namespace
 
-bool resolve_target(ci_camera_t* camera, const std::string& text, Target& target, std::string& error) {
+bool resolve_target(ci_camera_t* camera, const std::string& text, Target& target, std::string& error,
+                    const BusSizes& sizes) {
+    if (is_address_text(text)) return resolve_address(camera, text, sizes, target, error);
     std::string regName, fieldName;
     split_name(camera, text, regName, fieldName);
     if (regName.empty() || !ci_ExistsRegister(camera, regName.c_str())) {
@@ -49,14 +51,22 @@ bool resolve_target(ci_camera_t* camera, const std::string& text, Target& target
 }
 
 bool target_readable(const Target& target) {
+    if (target.form != TargetForm::Named) return true;  // raw access: the device decides
     return target.reg->rw != kWriteOnly && !(target.field && target.field->rw == kWriteOnly);
 }
 
 bool target_writable(const Target& target) {
+    if (target.form != TargetForm::Named) return true;
     return target.reg->rw != kReadOnly && !(target.field && target.field->rw == kReadOnly);
 }
 
 ci_error_code read_target(ci_camera_t* camera, const Target& target, ci_u32& value) {
+    if (target.form != TargetForm::Named) {
+        ci_u32 raw = 0;
+        const ci_error_code code = read_address(camera, target, raw);
+        value = field_from_register(target.kind, raw);
+        return code;
+    }
     const char* field = target.field ? target.field->id : "";
     ci_u32 raw = 0;
     const ci_error_code code = ci_ReadSensorRegStr(camera, target.reg->unique_desc, field, &raw);
@@ -66,6 +76,15 @@ ci_error_code read_target(ci_camera_t* camera, const Target& target, ci_u32& val
 }
 
 ci_error_code write_target(ci_camera_t* camera, const Target& target, ci_u32 value) {
+    if (target.form != TargetForm::Named) {
+        ci_u32 raw = 0;
+        if (target.mask != 0) {  // the other bits of the register stay as they are
+            const ci_error_code code = read_address(camera, target, raw);
+            if (code != CI_CAMERA_SUCCESS) return code;
+            raw &= ~target.mask;
+        }
+        return write_address(camera, target, raw | field_to_register(target.kind, value));
+    }
     if (target.field) {
         return ci_WriteSensorRegStr(camera, target.reg->unique_desc, target.field->id, value & target.kind.mask);
     }

@@ -116,6 +116,11 @@ int run_describe(Session& session, const Args& args) {
             rc = report_error("describe " + local.positional[i], CI_CAMERA_ERROR, error);
             continue;
         }
+        if (target.reg == nullptr) {
+            rc = report_error("describe " + local.positional[i], CI_CAMERA_ERROR,
+                              "no register of the description is at that address");
+            continue;
+        }
         Table table;
         if (target.field != nullptr) {
             add_bitfield_rows(session.camera->sensor, target.reg, target.field, table);

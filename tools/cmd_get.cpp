@@ -8,10 +8,12 @@
 namespace cli {
 namespace {
 
-int get_one(ci_camera_t* camera, const std::string& name) {
+int get_one(ci_camera_t* camera, const std::string& name, const BusSizes& sizes) {
     Target target;
     std::string error;
-    if (!resolve_target(camera, name, target, error)) return report_error("get " + name, CI_CAMERA_ERROR, error);
+    if (!resolve_target(camera, name, target, error, sizes)) {
+        return report_error("get " + name, CI_CAMERA_ERROR, error);
+    }
     if (!target_readable(target)) {
         return report_error("get " + name, CI_CAMERA_ERROR, target.label + " is write-only");
     }
@@ -27,12 +29,14 @@ int get_one(ci_camera_t* camera, const std::string& name) {
 int run_get(Session& session, const Args& args) {
     LocalArgs local;
     std::string error;
-    if (!parse_local(args, {}, local, error)) return report_usage("get", error);
+    BusSizes sizes;
+    if (!parse_local(args, {{"--size", true}}, local, error)) return report_usage("get", error);
+    if (local.has("--size") && !parse_bus_sizes(local.value("--size"), sizes, error)) return report_usage("get", error);
     if (local.positional.empty()) return report_usage("get", "names a register or bitfield to read");
     // Every name is read, so that one bad name does not hide the others.
     int rc = kExitOk;
     for (const std::string& name : local.positional) {
-        if (get_one(session.camera, name) != kExitOk) rc = kExitFailed;
+        if (get_one(session.camera, name, sizes) != kExitOk) rc = kExitFailed;
     }
     return rc;
 }

@@ -17,12 +17,12 @@ struct Assignment {
 
 // Splits and checks one NAME=VALUE.  Returns kExitOk or the exit code after
 // the failure has been reported.
-int plan_one(ci_camera_t* camera, const std::string& arg, Assignment& out) {
+int plan_one(ci_camera_t* camera, const std::string& arg, const BusSizes& sizes, Assignment& out) {
     const size_t eq = arg.find('=');
     if (eq == std::string::npos || eq == 0) return report_usage("set", "'" + arg + "' is not NAME=VALUE");
     out.text = arg;
     std::string error;
-    if (!resolve_target(camera, arg.substr(0, eq), out.target, error)) {
+    if (!resolve_target(camera, arg.substr(0, eq), out.target, error, sizes)) {
         return report_error("set " + arg, CI_CAMERA_ERROR, error);
     }
     if (!target_writable(out.target)) {
@@ -58,11 +58,13 @@ int apply_one(ci_camera_t* camera, const Assignment& a) {
 int run_set(Session& session, const Args& args) {
     LocalArgs local;
     std::string error;
-    if (!parse_local(args, {}, local, error)) return report_usage("set", error);
+    BusSizes sizes;
+    if (!parse_local(args, {{"--size", true}}, local, error)) return report_usage("set", error);
+    if (local.has("--size") && !parse_bus_sizes(local.value("--size"), sizes, error)) return report_usage("set", error);
     if (local.positional.empty()) return report_usage("set", "names a register or bitfield and a value: NAME=VALUE");
     std::vector<Assignment> plan(local.positional.size());
     for (size_t i = 0; i < plan.size(); ++i) {
-        const int rc = plan_one(session.camera, local.positional[i], plan[i]);
+        const int rc = plan_one(session.camera, local.positional[i], sizes, plan[i]);
         if (rc != kExitOk) return rc;
     }
     for (const Assignment& a : plan) {
