@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -135,4 +136,43 @@ TEST(Simcam, ToolReachesRegistersByAddressBusAddressAndMask) {
     EXPECT_EQ(run({"get", "NOSPACE:0x3000"}).status, 1);
     EXPECT_EQ(run({"get", "--size", "12/16", "0x20:0x3000"}).status, 2);
     EXPECT_EQ(run({"set", "0x3012&0x0=1"}).status, 1);
+}
+
+TEST(Simcam, DiffAgainstAPresetAndTheDefaultsAndWatch) {
+    CliRunner tool;
+    if (!tool.available()) GTEST_SKIP() << "command-line tool not built";
+    const std::string ini = tool.dir().write("p.ini",
+                                             "[Init]\nREG = 0x3012, 0x100 // exposure\nLOAD = Gains\n"
+                                             "[Hidden: Gains]\nBITFIELD = 0x305E, 0x7F, 3\n"
+                                             "FIELD_WR = GLOBAL_GAIN, DIGITAL_GAIN, 1\n");
+    const std::vector<std::string> camera = {"--transports", "plugin", "--plugin", SIMCAM_PLUGIN, "--sensor-data",
+                                             kSensor};
+    auto run = [&](std::vector<std::string> args) {
+        args.insert(args.begin(), camera.begin(), camera.end());
+        return tool.run(args);
+    };
+    ToolResult r = run({"diff", ini + ":init"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.out.find("0x3012 (COARSE_INTEGRATION_TIME)  0x0400   0x0100"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("0x305E&0x7F (GLOBAL_GAIN)"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("2 of 3 differ"), std::string::npos) << r.out;  // the digital gain already matches
+    r = run({"set", "0x3012=0x100", "0x305E&0x7F=3", "+", "diff", ini + ":INIT"});
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    EXPECT_NE(r.out.find("0 of 3 differ"), std::string::npos);
+    // The simulated registers start at their defaults (but for the one
+    // register of the sample that overlaps another's second word).
+    r = run({"diff", "--defaults"});
+    EXPECT_NE(r.out.find("1 of 265 differ"), std::string::npos) << r.out;
+    EXPECT_EQ(r.out.find("GLOBAL_GAIN"), std::string::npos) << r.out;
+    r = run({"set", "GLOBAL_GAIN=0x90", "+", "diff", "--defaults"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.out.find("GLOBAL_GAIN  0x0090   0x0080"), std::string::npos) << r.out;
+    EXPECT_EQ(run({"diff", ini + ":Missing"}).status, 1);
+    EXPECT_EQ(run({"diff"}).status, 2);
+    // watch prints every value once, then only changes.
+    r = run({"watch", "COARSE_INTEGRATION_TIME", "0x20:0x3000", "--count", "3", "--interval", "1"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("COARSE_INTEGRATION_TIME = 0x0400"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("0x20:0x3000 = 0x2C02"), std::string::npos) << r.out;
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 2);
 }

@@ -75,6 +75,20 @@ const std::vector<CommandSpec>& all_commands() {
          "  -n, --count COUNT   frames to grab\n"
          "  -o, --output FILE   where to write them\n",
          true, run_grab},
+        {"watch", "watch NAME[.FIELD]|ADDRESS... [--interval MS] [--count N]", "print register values as they change",
+         "Reads the registers (or bitfields, or addresses as 'get' takes them) every\n"
+         "MS milliseconds (default 100) and prints a line, with the time since the\n"
+         "start, for each value that changed; the first round prints them all.\n"
+         "Runs until interrupted, or for N rounds.\n",
+         true, run_watch},
+        {"diff", "diff FILE.ini:SECTION | diff --defaults", "registers that differ from a preset or the defaults",
+         "Compares the current values with what a preset section writes (its REG,\n"
+         "BITFIELD and FIELD_WR lines, following LOADs of sections of the same\n"
+         "file) or, with --defaults, with the defaults of the sensor description\n"
+         "(readable registers that are neither volatile nor confidential).  Prints\n"
+         "the registers that differ and a count; exits 0 when none differ, 1 when\n"
+         "some do or a value could not be read.\n",
+         true, run_diff},
         {"demo", "demo", "a short tour of the tool (the default with no command)",
          "Lists the cameras, shows the selected camera, dumps its first registers\n"
          "and, on the demo camera, writes a register and a bitfield and reads them\n"

@@ -48,6 +48,8 @@ int run_describe(Session& session, const Args& args);
 int run_get(Session& session, const Args& args);
 int run_set(Session& session, const Args& args);
 int run_grab(Session& session, const Args& args);
+int run_watch(Session& session, const Args& args);
+int run_diff(Session& session, const Args& args);
 int run_demo(Session& session, const Args& args);
 int run_help(Session& session, const Args& args);
 int run_version(Session& session, const Args& args);

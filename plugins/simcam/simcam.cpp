@@ -78,7 +78,15 @@ bool seed_registers(ci_camera_t* camera, SimDevice& dev, const std::string& path
     dev.seeding = false;
     for (ci_s32 i = 0; i < description.num_regs; i++) {
         const ci_reg_data_t& reg = description.regs[i];
-        dev.regs[{description.shipAddr, reg.reg_addr}] = reg.default_val;
+        // A register of several words holds its default most significant word first.
+        const ci_u32 words = std::max<ci_u32>(reg.addr_span, 1), bits = description.reg_data_size;
+        const ci_u32 wordMask = bits >= 32 ? 0xFFFFFFFFu : (1u << bits) - 1;
+        for (ci_u32 w = 0; w < words; w++) {
+            const ci_u32 shift = bits * (words - 1 - w);
+            const ci_u32 step = description.reg_addr_size == 8 ? 1 : 2;  // 16-bit addresses count bytes
+            dev.regs[{description.shipAddr, reg.reg_addr + w * step}] =
+                shift >= 32 ? 0 : (reg.default_val >> shift) & wordMask;
+        }
         if (std::strcmp(reg.unique_desc, "COARSE_INTEGRATION_TIME") == 0) dev.defaultExposure = reg.default_val;
     }
     ci_DestructSensor(&description);

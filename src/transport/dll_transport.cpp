@@ -32,19 +32,22 @@ static ci_error_code _DLL_noRegister(ci_camera_t*, ci_u32, ci_u32, ci_u32*) { re
 
 static ci_error_code _DLL_noRegisterWrite(ci_camera_t*, ci_u32, ci_u32, ci_u32) { return CI_CAMERA_NOT_SUPPORTED; }
 
-// Runs of registers through the single-register hooks.
+// Runs of registers through the single-register hooks, the addresses
+// stepping as the sensor's registers do.
 static ci_error_code _DLL_readRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 start, ci_u32 n, ci_u32* vals) {
+    const ci_u32 step = ci_GetAddrIncrement(camera, CI_REG_ADDR);
     ci_error_code rc = CI_CAMERA_SUCCESS;
     for (ci_u32 k = 0; k < n && rc == CI_CAMERA_SUCCESS; k++) {
-        rc = _ctx(camera)->readRegisterNolock(camera, shipAddr, start + k, &vals[k]);
+        rc = _ctx(camera)->readRegisterNolock(camera, shipAddr, start + k * step, &vals[k]);
     }
     return rc;
 }
 
 static ci_error_code _DLL_writeRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 start, ci_u32 n, ci_u32* vals) {
+    const ci_u32 step = ci_GetAddrIncrement(camera, CI_REG_ADDR);
     ci_error_code rc = CI_CAMERA_SUCCESS;
     for (ci_u32 k = 0; k < n && rc == CI_CAMERA_SUCCESS; k++) {
-        rc = _ctx(camera)->writeRegisterNolock(camera, shipAddr, start + k, vals[k]);
+        rc = _ctx(camera)->writeRegisterNolock(camera, shipAddr, start + k * step, vals[k]);
     }
     return rc;
 }
