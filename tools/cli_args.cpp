@@ -85,6 +85,11 @@ bool set_time(Invocation& inv, const std::string&, std::string&) {
     return true;
 }
 
+bool set_json(Invocation& inv, const std::string&, std::string&) {
+    inv.options.json = true;
+    return true;
+}
+
 bool set_version(Invocation& inv, const std::string&, std::string&) {
     inv.version = true;
     return true;
@@ -101,6 +106,7 @@ const OptionSpec kOptions[] = {
     {"--no-demo", false, set_no_demo},
     {"--debug", false, set_debug},
     {"--time", false, set_time},
+    {"--json", false, set_json},
     {"--version", false, set_version},
 };
 

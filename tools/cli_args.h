@@ -26,6 +26,7 @@ struct Options {
     bool noDemo = false;              // never fall back to the demo camera
     bool debug = false;               // the library's log at every level on stderr too
     bool time = false;                // how long opening and each command took
+    bool json = false;                // one JSON document on stdout
 };
 
 // One command and its own arguments (its local options included).

@@ -6,6 +6,7 @@
 #include "cli_args.h"
 #include "cli_commands.h"
 #include "cli_debug.h"
+#include "cli_json_out.h"
 #include "cli_report.h"
 
 namespace cli {
@@ -48,7 +49,9 @@ void after_step(const Options& options, const Stopwatch& watch, const std::strin
 int run_commands(const Invocation& inv, const std::vector<const CommandSpec*>& specs, Session& session) {
     for (size_t i = 0; i < specs.size(); ++i) {
         const Stopwatch watch;
+        json_begin(specs[i]->name);
         const int rc = specs[i]->run(session, inv.commands[i].args);
+        json_end(rc);
         after_step(inv.options, watch, specs[i]->name);
         if (rc != kExitOk) return rc;
     }
@@ -68,6 +71,7 @@ int run(int argc, const char* const* argv) {
         return kExitOk;
     }
     if (inv.commands.empty()) inv.commands.push_back(Command{"demo", {}});
+    set_json_mode(inv.options.json);
     std::vector<const CommandSpec*> specs;
     bool needsCamera = false;
     int rc = check_commands(inv, specs, needsCamera);
@@ -77,12 +81,14 @@ int run(int argc, const char* const* argv) {
     if (needsCamera) {
         const Stopwatch watch;
         rc = open_session(inv.options, session);
+        json_end(rc);
         after_step(inv.options, watch, "open");
     }
     if (rc == kExitOk) rc = run_commands(inv, specs, session);
     if (inv.options.debug) debug_log_echo();
     close_session(session);
     debug_log_end();
+    json_print();
     return rc;
 }
 

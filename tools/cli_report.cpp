@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "cli_args.h"
+#include "cli_json_out.h"
 
 namespace cli {
 
@@ -16,6 +17,7 @@ int report_error(const std::string& where, ci_error_code code, const std::string
     line += error_text(code);
     if (!detail.empty()) line += ": " + detail;
     std::fprintf(stderr, "%s\n", line.c_str());
+    json_error(where, code, detail);
     return kExitFailed;
 }
 

@@ -23,4 +23,15 @@ void Table::print(std::FILE* out) const {
     }
 }
 
+Json Table::as_object() const {
+    Json object = Json::object();
+    for (const auto& row : rows_) {
+        if (row.size() < 2) continue;
+        std::string key = row[0];
+        for (char& c : key) c = c == ' ' ? '_' : c;
+        object.set(key, row[1]);
+    }
+    return object;
+}
+
 }  // namespace cli

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "cli_json.h"
+
 namespace cli {
 
 class Table {
@@ -13,6 +15,9 @@ public:
     void add_row(std::vector<std::string> cells);
     bool empty() const { return rows_.empty(); }
     void print(std::FILE* out) const;
+    // A two-column table as a JSON object: first cell the key (blanks become
+    // underscores), second the text.
+    Json as_object() const;
 
 private:
     std::vector<std::vector<std::string>> rows_;

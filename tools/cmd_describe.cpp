@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cli_commands.h"
+#include "cli_json_out.h"
 #include "cli_format.h"
 #include "cli_report.h"
 #include "cli_table.h"
@@ -126,6 +127,14 @@ int run_describe(Session& session, const Args& args) {
             add_bitfield_rows(session.camera->sensor, target.reg, target.field, table);
         } else {
             add_register_rows(session.camera->sensor, target.reg, table);
+        }
+        if (json_mode()) {
+            Json entry = table.as_object();
+            entry.set("address", target.reg->reg_addr);
+            entry.set("mask", target.field != nullptr ? target.field->bitmask : register_mask(target.reg, session.camera->sensor));
+            entry.set("default_raw", target.reg->default_val);
+            json_result().member("targets", Json::array()).push(std::move(entry));
+            continue;
         }
         if (i > 0) std::printf("\n");
         table.print(stdout);

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "cli_commands.h"
+#include "cli_json_out.h"
 #include "cli_report.h"
 #include "cli_target.h"
 
@@ -20,6 +21,14 @@ int get_one(ci_camera_t* camera, const std::string& name, const BusSizes& sizes)
     ci_u32 value = 0;
     const ci_error_code code = read_target(camera, target, value);
     if (code != CI_CAMERA_SUCCESS) return report_error("get " + name, code, "cannot read " + target.label);
+    if (json_mode()) {
+        Json entry = Json::object();
+        entry.set("name", target.label);
+        entry.set("value", value);
+        entry.set("text", format_value(target.kind, value));
+        json_result().member("values", Json::array()).push(std::move(entry));
+        return kExitOk;
+    }
     std::printf("%s = %s\n", target.label.c_str(), format_value(target.kind, value).c_str());
     return kExitOk;
 }

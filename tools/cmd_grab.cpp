@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli_commands.h"
+#include "cli_json_out.h"
 #include "cli_report.h"
 #include "frame_writer.h"
 
@@ -97,7 +98,14 @@ int grab_one(ci_camera_t* camera, const GrabPlan& plan, int n, std::vector<ci_u8
         view.bytes = bytes;
         if (!write_frame(path, view, error)) return report_error("grab: frame " + std::to_string(n), CI_CAMERA_ERROR, error);
     }
-    if (!quiet) {
+    if (json_mode()) {
+        Json frame = Json::object();
+        frame.set("index", n);
+        frame.set("number", frameNumber);
+        frame.set("bytes", (long long)bytes);
+        frame.set("file", path.empty() ? Json() : Json(path));
+        json_result().member("frames", Json::array()).push(std::move(frame));
+    } else if (!quiet) {
         std::printf("frame %d: number %u, %zu bytes%s%s\n", n, frameNumber, bytes, path.empty() ? "" : " -> ",
                     path.c_str());
     }
@@ -124,8 +132,14 @@ int run_grab(Session& session, const Args& args) {
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     ci_stopTransport(camera);
-    std::printf("%d frames grabbed, %d failed, %.1f frames/s\n", tally.grabbed, tally.failed,
-                seconds > 0 ? tally.grabbed / seconds : 0.0);
+    const double rate = seconds > 0 ? tally.grabbed / seconds : 0.0;
+    if (json_mode()) {
+        json_result().set("grabbed", tally.grabbed);
+        json_result().set("failed", tally.failed);
+        json_result().set("frames_per_second", rate);
+    } else {
+        std::printf("%d frames grabbed, %d failed, %.1f frames/s\n", tally.grabbed, tally.failed, rate);
+    }
     return tally.failed == 0 ? kExitOk : kExitFailed;
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli_commands.h"
+#include "cli_json_out.h"
 #include "cli_format.h"
 #include "cli_report.h"
 #include "cli_table.h"
@@ -82,6 +83,19 @@ int run_info(Session& session, const Args& args) {
         add_sensor_rows(session.camera, table);
     } else {
         table.add_row({"sensor", "none identified"});
+    }
+    if (json_mode()) {
+        Json info = table.as_object();
+        if (const ci_sensor_t* s = session.camera->sensor) {
+            info.set("width", s->width);
+            info.set("height", s->height);
+            info.set("pixel_bits", s->pixelBits);
+            info.set("pixel_bytes", s->pixelBytes);
+            info.set("registers", s->num_regs);
+            info.set("serial_address", s->shipAddr);
+        }
+        json_result().set("info", std::move(info));
+        return kExitOk;
     }
     table.print(stdout);
     if (session.camera->sensor) print_address_spaces(session.camera->sensor);

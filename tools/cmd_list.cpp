@@ -2,6 +2,7 @@
 #include <string>
 
 #include "cli_commands.h"
+#include "cli_json_out.h"
 #include "cli_report.h"
 #include "cli_table.h"
 
@@ -19,10 +20,32 @@ std::vector<std::string> camera_row(ci_s32 index, const ci_camera_t* camera) {
             sensor ? or_dash(sensor->sensorFileName) : "-"};
 }
 
+Json camera_json(ci_s32 index, const ci_camera_t* camera) {
+    const ci_sensor_t* sensor = camera->sensor;
+    Json c = Json::object();
+    c.set("index", index);
+    c.set("transport", camera->transportName);
+    c.set("transport_type", camera->transportType);
+    c.set("product", camera->productName);
+    c.set("product_id", (unsigned)camera->productID);
+    c.set("firmware", camera->firmwareVersion);
+    c.set("sensor", sensor ? Json(sensor->sensorName) : Json());
+    c.set("part_number", sensor ? Json(sensor->partNumber) : Json());
+    c.set("registers", sensor ? Json(sensor->num_regs) : Json());
+    c.set("sensor_file", sensor ? Json(sensor->sensorFileName) : Json());
+    return c;
+}
+
 }  // namespace
 
 int run_list(Session& session, const Args& args) {
     if (!args.empty()) return report_usage("list", "takes no arguments");
+    if (json_mode()) {
+        Json cameras = Json::array();
+        for (ci_s32 i = 0; i < session.count; ++i) cameras.push(camera_json(i, session.cameras[i]));
+        json_result().set("cameras", std::move(cameras));
+        return kExitOk;
+    }
     Table table;
     table.add_row({"#", "TRANSPORT", "PRODUCT", "SENSOR", "PART NUMBER", "REGISTERS", "SENSOR FILE"});
     for (ci_s32 i = 0; i < session.count; ++i) table.add_row(camera_row(i, session.cameras[i]));

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "cli_commands.h"
+#include "cli_json_out.h"
 #include "cli_format.h"
 #include "cli_report.h"
 #include "cli_table.h"
@@ -90,6 +91,41 @@ void add_register_row(const ci_sensor_t* sensor, const RegRead& m, Table& table)
                    value_cell(m, register_kind(reg, sensor), reg->rw), reg->reg_desc});
 }
 
+Json value_json(const RegRead& m, const ValueKind& kind, ci_u32 rw, Json& entry) {
+    const bool readable = m.reg->rw != kWriteOnly && rw != kWriteOnly && m.result == CI_CAMERA_SUCCESS;
+    entry.set("value", readable ? Json(field_from_register(kind, m.value)) : Json());
+    entry.set("text", value_cell(m, kind, rw));
+    return entry;
+}
+
+Json registers_json(const ci_sensor_t* sensor, const std::vector<RegRead>& matches, bool fields, bool all) {
+    Json list = Json::array();
+    for (const RegRead& m : matches) {
+        Json entry = Json::object();
+        entry.set("name", m.reg->unique_desc);
+        entry.set("address", m.reg->reg_addr);
+        entry.set("space", m.reg->addr_space ? Json(m.reg->addr_space->ID) : Json());
+        value_json(m, register_kind(m.reg, sensor), m.reg->rw, entry);
+        entry.set("description", m.reg->reg_desc);
+        if (fields) {
+            Json list2 = Json::array();
+            for (ci_s32 f = 0; f < m.reg->num_bitfields; ++f) {
+                const ci_bitfield_t& field = m.reg->bitfield[f];
+                if (!all && field.confidential) continue;
+                Json fe = Json::object();
+                fe.set("name", field.id);
+                fe.set("mask", field.bitmask);
+                value_json(m, bitfield_kind(&field), field.rw, fe);
+                fe.set("description", field.desc);
+                list2.push(std::move(fe));
+            }
+            entry.set("bitfields", std::move(list2));
+        }
+        list.push(std::move(entry));
+    }
+    return list;
+}
+
 int report_failed_reads(const std::vector<RegRead>& matches) {
     size_t failed = 0;
     ci_error_code last = CI_CAMERA_SUCCESS;
@@ -115,6 +151,10 @@ int list_registers(Session& session, const Args& args, const char* command, ci_s
     std::vector<RegRead> matches = find_matches(camera, req);
     if (matches.empty()) return report_error(command, CI_CAMERA_ERROR, "nothing matches " + req.pattern);
     read_all(camera, matches);
+    if (json_mode()) {
+        json_result().set("registers", registers_json(camera->sensor, matches, req.fields, req.all));
+        return report_failed_reads(matches);
+    }
     Table table;
     table.add_row({"NAME", "ADDRESS", "SPACE", "VALUE", "DESCRIPTION"});
     for (const RegRead& m : matches) {
