@@ -294,3 +294,23 @@ TEST_F(Cli, DebugEchoesTheLibraryLogAndTimeReportsEachStep) {
     r = on_sensor({"get", "TEST_GAIN"});
     EXPECT_EQ(r.err, "");  // neither without the options
 }
+
+TEST_F(Cli, ShellCompletionOffersCommandsAndTheCamerasRegisterNames) {
+    const std::string script = std::string(ck_test_source_dir()) + "/tools/camkit.bash-completion";
+    const std::string toolDir = tool_.substr(0, tool_.rfind('/'));
+    auto complete = [&](const std::string& words, int cword) {
+        const std::string program = "PATH=" + quoted(toolDir) + ":$PATH; source " + quoted(script) +
+                                    "; COMP_WORDS=(" + words + "); COMP_CWORD=" + std::to_string(cword) +
+                                    "; _camkit; printf '%s\\n' \"${COMPREPLY[@]}\"";
+        const std::string out = dir_.file("completion.txt");
+        const std::string cmd = "bash -c " + quoted(program) + " >" + quoted(out) + " 2>/dev/null";
+        EXPECT_EQ(std::system(cmd.c_str()), 0);
+        return scratch_read_file(out);
+    };
+    EXPECT_EQ(complete("camkit de", 1), "describe\ndemo\n");  // in the order of the command list
+    EXPECT_EQ(complete(std::string("camkit --transports null --sensor-data ") + ::quoted(sensor_) + " get TEST_C", 6),
+              "TEST_CTRL\nTEST_COUNT\n");
+    EXPECT_EQ(complete(std::string("camkit --transports null --sensor-data ") + ::quoted(sensor_) + " get TEST_CTRL.E", 6),
+              "TEST_CTRL.ENABLE\n");
+    EXPECT_EQ(complete("camkit --transports n", 2), "null\n");
+}

@@ -89,6 +89,12 @@ const std::vector<CommandSpec>& all_commands() {
          "the registers that differ and a count; exits 0 when none differ, 1 when\n"
          "some do or a value could not be read.\n",
          true, run_diff},
+        {"names", "names [PREFIX]", "register and bitfield names, for scripts and completion",
+         "Prints the names of the registers of the sensor description that start\n"
+         "with PREFIX (case ignored), one a line; once PREFIX holds a register's\n"
+         "name and a dot, the register's bitfields as NAME.FIELD.  Confidential\n"
+         "names are left out.  The shell completion uses it.\n",
+         true, run_names},
         {"demo", "demo", "a short tour of the tool (the default with no command)",
          "Lists the cameras, shows the selected camera, dumps its first registers\n"
          "and, on the demo camera, writes a register and a bitfield and reads them\n"

@@ -50,6 +50,7 @@ int run_set(Session& session, const Args& args);
 int run_grab(Session& session, const Args& args);
 int run_watch(Session& session, const Args& args);
 int run_diff(Session& session, const Args& args);
+int run_names(Session& session, const Args& args);
 int run_demo(Session& session, const Args& args);
 int run_help(Session& session, const Args& args);
 int run_version(Session& session, const Args& args);
