@@ -314,3 +314,20 @@ TEST_F(Cli, ShellCompletionOffersCommandsAndTheCamerasRegisterNames) {
               "TEST_CTRL.ENABLE\n");
     EXPECT_EQ(complete("camkit --transports n", 2), "null\n");
 }
+
+TEST_F(Cli, AddressesReachTheRegistersTheDescriptionNames) {
+    // The null camera drops writes: its register cache shows what reached
+    // which register, by address, by space and by mask.
+    ToolRun r = on_sensor({"--cache", "set", "0x3010=0x1234", "CORE:0x3012=0x0F0", "0x3012&0x1=1", "+", "get",
+                           "TEST_GAIN", "TEST_CTRL", "TEST_CTRL.MODE", "TEST_CTRL.ENABLE", "0x3012&0xF0"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("0x3010 (TEST_GAIN) = 0x1234 (was 0x0000)"), std::string::npos) << r.out;
+    EXPECT_TRUE(has_line(r.out, "TEST_GAIN = 0x1234")) << r.out;
+    EXPECT_TRUE(has_line(r.out, "TEST_CTRL = 0x00F1")) << r.out;  // the masked write kept the other bits
+    EXPECT_TRUE(has_line(r.out, "TEST_CTRL.MODE = 15")) << r.out;
+    EXPECT_TRUE(has_line(r.out, "TEST_CTRL.ENABLE = 1")) << r.out;
+    EXPECT_TRUE(has_line(r.out, "0x3012&0xF0 (TEST_CTRL) = 15")) << r.out;
+    EXPECT_EQ(on_sensor({"get", "NOSPACE:0x3010"}).status, 1);
+    EXPECT_EQ(on_sensor({"get", "0x3010&0"}).status, 1);
+    EXPECT_EQ(on_sensor({"set", "0x3010&0x1=2"}).status, 2);  // does not fit the mask
+}
