@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "cli_runner.h"
 #include "scratch_dir.h"
 #include "test_paths.h"
 
@@ -55,20 +56,9 @@ struct ToolRun {
     std::string err;
 };
 
-std::string tool_path() {
-    if (const char* env = std::getenv("CAMKIT_CLI")) return env;
-    char exe[4096];
-    const ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
-    if (n <= 0) return std::string();
-    std::string path(exe, static_cast<size_t>(n));
-    return path.substr(0, path.rfind('/')) + "/../tools/camkit";
-}
+std::string tool_path() { return cli_tool_path(); }
 
-std::string quoted(const std::string& arg) {
-    std::string q = "'";
-    for (char c : arg) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
+std::string quoted(const std::string& arg) { return shell_quoted(arg); }
 
 std::string bundled_demo() { return std::string(ck_test_data_dir()) + "/sensor_data/" + kDemoName; }
 

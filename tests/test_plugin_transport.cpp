@@ -10,24 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "plugins/test_plugin.h"
 #include "sensor_builder.h"
 #include "transport/dll_transport.h"
 
 namespace {
-
-struct TpAccess {
-    ci_u32 shipAddr;
-    ci_u32 regAddr;
-    int write;
-    ci_u32 value;
-};
-
-struct TpRecord {
-    std::vector<TpAccess> accesses;
-    int opens = 0;
-    int closes = 0;
-    const ci_transport_helpers_t* helpers = nullptr;
-};
 
 // Keeps a test plugin loaded (so its record outlives the library's
 // handles) and reaches its record.

@@ -162,13 +162,6 @@ static ci_error_code _AVI_grabFrame(ci_camera_t* camera, ci_u8* buffer, ci_u32 s
     return CI_CAMERA_SUCCESS;
 }
 
-static ci_error_code _AVI_getMode(ci_camera_t* camera, ci_modes mode, ci_u32* val) {
-    if (mode != CI_SIMUL_REG_FRAMEGRAB) return _GetMode(camera, mode, val);
-    if (val == nullptr) return CI_CAMERA_ERROR;
-    *val = 1;
-    return CI_CAMERA_SUCCESS;
-}
-
 static void _AVI_freeContext(ci_camera_t*, void* context) {
     auto* avi = static_cast<AVI_Transport_Context*>(context);
     if (avi->imageType != CI_RGB24) free(avi->buffer);
@@ -176,35 +169,27 @@ static void _AVI_freeContext(ci_camera_t*, void* context) {
     free(avi);
 }
 
-static const _transport_ops_t kAviOps = {
-    .transportType = CI_TRANSPORT_VIDEO_FILE,
-    .transportName = "AVI",
-    .productName = "AVI File",
-    .driverInfo = "No driver",
-    .startTransport = _AVI_startTransport,
-    .stopTransport = _AVI_stopTransport,
-    .grabFrame = _AVI_grabFrame,
-    .getFrameData = _transport_get_frame_data,
-    .updateFrameSize = _transport_update_frame_size,
-    .updateBufferSize = nullptr,
-    .setMode = nullptr,
-    .getMode = _AVI_getMode,
-    .initTransport = nullptr,
-    .readSensorRegistersNolock = _AVI_readSensorRegisters,
-    .writeSensorRegistersNolock = _AVI_writeSensorRegisters,
-    .readRegisterNolock = _AVI_readRegister,
-    .writeRegisterNolock = _AVI_writeRegister,
-    .readRegistersNolock = _AVI_readRegisters,
-    .writeRegistersNolock = _AVI_writeRegisters,
-    .readSystemRegistersNolock = nullptr,
-    .writeSystemRegistersNolock = nullptr,
-    .sendCommandNolock = nullptr,
-    .setHardwareUnswizzle = nullptr,
-    .setHardwareBuffering = nullptr,
-    .getDeviceName = nullptr,
-    .transportIniCommand = nullptr,
-    .freeTransportContext = _AVI_freeContext,
-};
+static const _transport_ops_t kAviOps = [] {
+    _transport_ops_t ops{};
+    ops.transportType = CI_TRANSPORT_VIDEO_FILE;
+    ops.transportName = "AVI";
+    ops.productName = "AVI File";
+    ops.driverInfo = "No driver";
+    ops.startTransport = _AVI_startTransport;
+    ops.stopTransport = _AVI_stopTransport;
+    ops.grabFrame = _AVI_grabFrame;
+    ops.getFrameData = _transport_get_frame_data;
+    ops.updateFrameSize = _transport_update_frame_size;
+    ops.getMode = _transport_get_mode_simultaneous;
+    ops.readSensorRegistersNolock = _AVI_readSensorRegisters;
+    ops.writeSensorRegistersNolock = _AVI_writeSensorRegisters;
+    ops.readRegisterNolock = _AVI_readRegister;
+    ops.writeRegisterNolock = _AVI_writeRegister;
+    ops.readRegistersNolock = _AVI_readRegisters;
+    ops.writeRegistersNolock = _AVI_writeRegisters;
+    ops.freeTransportContext = _AVI_freeContext;
+    return ops;
+}();
 
 // Fills the context and the sensor from the opened video.
 static void _AVI_adopt(ci_camera_t* camera, AVI_Transport_Context* avi, std::unique_ptr<AviReader> reader) {

@@ -74,42 +74,25 @@ static ci_error_code _NUL_updateFrameSize(ci_camera_t* camera, ci_u32 width, ci_
     return CI_CAMERA_SUCCESS;
 }
 
-static ci_error_code _NUL_getMode(ci_camera_t* camera, ci_modes mode, ci_u32* val) {
-    if (mode != CI_SIMUL_REG_FRAMEGRAB) return _GetMode(camera, mode, val);
-    if (val == nullptr) return CI_CAMERA_ERROR;
-    *val = 1;  // register reads never disturb a frame: there is none
-    return CI_CAMERA_SUCCESS;
-}
-
-static const _transport_ops_t kNulOps = {
-    .transportType = CI_TRANSPORT_NULL,
-    .transportName = "NUL",
-    .productName = "NUL Camera",
-    .driverInfo = "Null device, no driver",
-    .startTransport = _NUL_startTransport,
-    .stopTransport = _NUL_stopTransport,
-    .grabFrame = _NUL_grabFrame,
-    .getFrameData = nullptr,
-    .updateFrameSize = _NUL_updateFrameSize,
-    .updateBufferSize = nullptr,
-    .setMode = nullptr,
-    .getMode = _NUL_getMode,
-    .initTransport = nullptr,
-    .readSensorRegistersNolock = _NUL_readSensorRegisters,
-    .writeSensorRegistersNolock = _NUL_writeSensorRegisters,
-    .readRegisterNolock = _NUL_readRegister,
-    .writeRegisterNolock = _NUL_writeRegister,
-    .readRegistersNolock = _NUL_readRegisters,
-    .writeRegistersNolock = _NUL_writeRegisters,
-    .readSystemRegistersNolock = nullptr,
-    .writeSystemRegistersNolock = nullptr,
-    .sendCommandNolock = nullptr,
-    .setHardwareUnswizzle = nullptr,
-    .setHardwareBuffering = nullptr,
-    .getDeviceName = nullptr,
-    .transportIniCommand = nullptr,
-    .freeTransportContext = nullptr,
-};
+static const _transport_ops_t kNulOps = [] {
+    _transport_ops_t ops{};
+    ops.transportType = CI_TRANSPORT_NULL;
+    ops.transportName = "NUL";
+    ops.productName = "NUL Camera";
+    ops.driverInfo = "Null device, no driver";
+    ops.startTransport = _NUL_startTransport;
+    ops.stopTransport = _NUL_stopTransport;
+    ops.grabFrame = _NUL_grabFrame;
+    ops.updateFrameSize = _NUL_updateFrameSize;
+    ops.getMode = _transport_get_mode_simultaneous;
+    ops.readSensorRegistersNolock = _NUL_readSensorRegisters;
+    ops.writeSensorRegistersNolock = _NUL_writeSensorRegisters;
+    ops.readRegisterNolock = _NUL_readRegister;
+    ops.writeRegisterNolock = _NUL_writeRegister;
+    ops.readRegistersNolock = _NUL_readRegisters;
+    ops.writeRegistersNolock = _NUL_writeRegisters;
+    return ops;
+}();
 
 static int _NUL_hasSensorFileExtension(const char* path) {
     const char* dot = strrchr(path, '.');

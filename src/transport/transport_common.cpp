@@ -133,6 +133,13 @@ ci_error_code _transport_update_frame_size(ci_camera_t* camera, ci_u32 width, ci
     return CI_CAMERA_SUCCESS;
 }
 
+ci_error_code _transport_get_mode_simultaneous(ci_camera_t* camera, ci_modes mode, ci_u32* val) {
+    if (mode != CI_SIMUL_REG_FRAMEGRAB) return _GetMode(camera, mode, val);
+    if (val == nullptr) return CI_CAMERA_ERROR;
+    *val = 1;
+    return CI_CAMERA_SUCCESS;
+}
+
 ci_u32 _transport_sensor_base(const ci_camera_t* camera) {
     return camera != nullptr && camera->sensor != nullptr ? camera->sensor->shipAddr : 0;
 }

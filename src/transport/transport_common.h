@@ -77,6 +77,11 @@ ci_error_code _transport_get_frame_data(ci_camera_t* camera, ci_frame_data_t* fr
 ci_error_code _transport_update_frame_size(ci_camera_t* camera, ci_u32 width, ci_u32 height, ci_s32 nBitsPerClock,
                                            ci_s32 nClocksPerPixel);
 
+// A getMode operation for cameras whose register reads never disturb a
+// frame (no device, or a file): CI_SIMUL_REG_FRAMEGRAB reads 1, every other
+// mode comes from the core's store.
+ci_error_code _transport_get_mode_simultaneous(ci_camera_t* camera, ci_modes mode, ci_u32* val);
+
 // camera->sensor->shipAddr, or 0 when no sensor is attached.
 ci_u32 _transport_sensor_base(const ci_camera_t* camera);
 

@@ -8,21 +8,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "camkit_plugin.h"
-
-struct TpAccess {
-    ci_u32 shipAddr;
-    ci_u32 regAddr;
-    int write;
-    ci_u32 value;
-};
-
-struct TpRecord {
-    std::vector<TpAccess> accesses;
-    int opens = 0;
-    int closes = 0;
-    const ci_transport_helpers_t* helpers = nullptr;
-};
+#include "test_plugin.h"
 
 static TpRecord gRecord;
 

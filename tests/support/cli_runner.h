@@ -7,6 +7,11 @@
 
 #include "scratch_dir.h"
 
+// The tool's path: $CAMKIT_CLI, else ../tools/camkit beside the test binary.
+std::string cli_tool_path();
+// An argument quoted for sh.
+std::string shell_quoted(const std::string& arg);
+
 struct ToolResult {
     int status = -1;
     std::string out;
