@@ -35,6 +35,7 @@ enum class Pattern { Bars, Ramp, Flat };
 struct SimDevice {
     std::map<std::pair<ci_u32, ci_u32>, ci_u32> regs;  // (serial address, register) -> value
     ci_u32 frameCounter = 0;
+    ci_u32 lastFrameBytes = 0;
     Pattern pattern = Pattern::Bars;
     ci_u32 defaultExposure = 0;
     ci_u32 base = 0;       // the sensor's serial address: the only one that answers
@@ -199,7 +200,18 @@ CI_PLUGIN_EXPORT ci_error_code GrabFrameDLL(ci_camera_t* camera, ci_u8* buffer, 
         for (ci_u32 x = 0; x < s->width; x++) store(row + x * bytes, bytes, sample(*dev, x, y, s->width, maxValue, level));
     }
     for (ci_u32 k = 0; k < 4 && k < s->width; k++) store(buffer + k * bytes, bytes, (dev->frameCounter >> (8 * k)) & 0xFF);
+    dev->lastFrameBytes = s->width * s->height * bytes;
     dev->frameCounter++;
+    return CI_CAMERA_SUCCESS;
+}
+
+CI_PLUGIN_EXPORT ci_error_code GetFrameDataDLL(ci_camera_t* camera, ci_frame_data_t* data) {
+    SimDevice* dev = device(camera);
+    if (dev == nullptr || data == nullptr) return CI_CAMERA_ERROR;
+    *data = ci_frame_data_t{};
+    data->frameNumber = dev->frameCounter > 0 ? dev->frameCounter - 1 : 0;  // the counter in the last frame
+    data->bytesReturned = data->bytesRequested = dev->lastFrameBytes;
+    data->frameLines = camera->sensor != nullptr ? camera->sensor->height : 0;
     return CI_CAMERA_SUCCESS;
 }
 
