@@ -61,7 +61,7 @@ TEST_F(ErrorLog, SevereAndOrdinaryErrorsAreSelectedSeparately) {
     EXPECT_EQ(_SetErrorLogLevel(CI_LOG_ERROR), 0);
     ci_Errorlog(CI_SENSOR_DOES_NOT_MATCH, -1, "ordinary", "s.cpp", "f", 3);
     ci_Errorlog(CI_CAMERA_ERROR, -1, "severe", "s.cpp", "f", 4);
-    ci_Errorlog(CI_SENSOR_DOES_NOT_MATCH, 3, "", "s.cpp", NULL, 5);  // an explicit level wins
+    ci_Errorlog(CI_SENSOR_DOES_NOT_MATCH, 3, "", "s.cpp", nullptr, 5);  // an explicit level wins
     std::vector<std::string> want = {
         "SEVERE_ERROR: Camera Error; severe [s.cpp:f() line:2]",
         "ERROR: Sensor Does Not Match; ordinary [s.cpp:f() line:3]",

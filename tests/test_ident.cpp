@@ -20,11 +20,11 @@ std::string identData(const std::string& relative) {
 class Ident : public ::testing::Test {
 protected:
     ci_error_code search(const std::string& dir) { return _getSensor(camera.get(), identData(dir).c_str()); }
-    std::string found() const { return camera->sensor != NULL ? camera->sensor->sensorName : "(none)"; }
+    std::string found() const { return camera->sensor != nullptr ? camera->sensor->sensorName : "(none)"; }
 
     // Parses a sample file into the camera without probing.
     void parse(const std::string& relative) {
-        if (camera->sensor == NULL) camera->sensor = static_cast<ci_sensor_t*>(calloc(1, sizeof(ci_sensor_t)));
+        if (camera->sensor == nullptr) camera->sensor = static_cast<ci_sensor_t*>(calloc(1, sizeof(ci_sensor_t)));
         ASSERT_EQ(ci_ParseSensorFile(camera.get(), identData(relative).c_str(), camera->sensor), CI_PARSE_SUCCESS);
     }
 
@@ -85,11 +85,11 @@ TEST_F(Ident, DeviceThatMustBeAbsentRefusesTheFile) {
     plug("quiet/quiet.sdat");
     bus.addDevice(0x90, 8, 16);
     camera->sensor = static_cast<ci_sensor_t*>(calloc(1, sizeof(ci_sensor_t)));
-    EXPECT_EQ(_findMatch(camera.get(), identData("quiet").c_str(), NULL, 0, 0), CI_SENSOR_DOES_NOT_MATCH);
+    EXPECT_EQ(_findMatch(camera.get(), identData("quiet").c_str(), nullptr, 0, 0), CI_SENSOR_DOES_NOT_MATCH);
     EXPECT_EQ(camera->sensor->num_regs, 0);
 
     bus.removeDevice(0x90);
-    EXPECT_EQ(_findMatch(camera.get(), identData("quiet").c_str(), NULL, 0, 0), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(_findMatch(camera.get(), identData("quiet").c_str(), nullptr, 0, 0), CI_CAMERA_SUCCESS);
     EXPECT_EQ(found(), "CK0200");
 }
 

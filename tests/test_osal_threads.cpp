@@ -16,11 +16,11 @@ namespace {
 TEST(OsalThreadLocal, FreshThreadTakesLastEmptySlotThenRunsOut) {
     std::thread([] {  // a fresh thread: all slots empty
         ci_u32 first = OSAL_TLS_UNASSIGNED, second = OSAL_TLS_UNASSIGNED, third = OSAL_TLS_UNASSIGNED;
-        EXPECT_NE(osal_alloc_thread_local(&first, 1, 8, NULL), nullptr);
+        EXPECT_NE(osal_alloc_thread_local(&first, 1, 8, nullptr), nullptr);
         EXPECT_EQ(first, 1u);
-        EXPECT_NE(osal_alloc_thread_local(&second, 1, 8, NULL), nullptr);
+        EXPECT_NE(osal_alloc_thread_local(&second, 1, 8, nullptr), nullptr);
         EXPECT_EQ(second, 0u);
-        EXPECT_EQ(osal_alloc_thread_local(&third, 1, 8, NULL), nullptr);
+        EXPECT_EQ(osal_alloc_thread_local(&third, 1, 8, nullptr), nullptr);
         EXPECT_EQ(third, OSAL_TLS_NONE);
         EXPECT_EQ(osal_get_thread_local(third), nullptr);
         osal_free_thread_local(&first);
@@ -58,7 +58,7 @@ TEST(OsalSleep, ResumesAfterSignalForTheRemainingTime) {
     osal_sleep((ci_s32)sleepTime.count());
     auto elapsed = std::chrono::steady_clock::now() - start;
     sender.join();
-    sigaction(SIGUSR1, &previous, NULL);
+    sigaction(SIGUSR1, &previous, nullptr);
 
     EXPECT_GE(g_signals.load(), 1);  // pending signals may coalesce
     EXPECT_GE(elapsed, sleepTime);

@@ -18,7 +18,7 @@ void _WriteLogTimestamp(FILE* file) {
 void _OpenNewLogFile(ci_errorLogFile* log) {
     if (log->pCurLogFile) {
         fclose(log->pCurLogFile);
-        log->pCurLogFile = NULL;
+        log->pCurLogFile = nullptr;
     }
     ci_string base;
     ci_string ext;

@@ -12,7 +12,7 @@
 
 namespace {
 
-ci_errorLogFile* g_pErrorLog = NULL;
+ci_errorLogFile* g_pErrorLog = nullptr;
 pthread_mutex_t g_logLock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 constexpr ci_s32 kInfoClasses = CI_LOG_INFO | CI_LOG_SHIP | CI_LOG_USB | CI_LOG_DEBUG;
@@ -41,7 +41,7 @@ void close_log() {
     if (!g_pErrorLog) return;
     if (g_pErrorLog->pCurLogFile) fclose(g_pErrorLog->pCurLogFile);
     free(g_pErrorLog);
-    g_pErrorLog = NULL;
+    g_pErrorLog = nullptr;
 }
 
 bool is_success_code(ci_error_code code) {
@@ -54,7 +54,7 @@ bool rotate_if_full(ci_errorLogFile* log) {
     long position = ftell(log->pCurLogFile);
     if (position < 0) return false;
     if (position > CI_ERRORLOG_MAX_BYTES) _OpenNewLogFile(log);
-    return log->pCurLogFile != NULL;
+    return log->pCurLogFile != nullptr;
 }
 
 void write_error_line(FILE* file, ci_error_code code, ci_s32 level, const char* logMsg, const char* source,

@@ -39,11 +39,11 @@ const char kUnknownError[] = "Unknown Error";
 const char errorlevel_desc[4][CI_STRING_LEN] = {"", "SEVERE_ERROR", "ERROR", "LOG"};
 
 const ci_errorMsg* ci_getErrorMsg(ci_error_code code) {
-    if (code == -1) return NULL;
+    if (code == -1) return nullptr;
     for (const ci_errorMsg& row : errorMsg) {
         if (row.nErrorCode == code) return &row;
     }
-    return NULL;
+    return nullptr;
 }
 
 const char* ci_getErrorMessage(ci_error_code code) {

@@ -48,7 +48,7 @@ int collect_records(const char* base, const char* ext, FileRecord* records) {
     size_t nameLen = strlen(name);
     for (int found = osal_find_first_file(search, pattern); found && count < CI_ERRORLOG_MAX_FILES;
          found = osal_find_next_file(search)) {
-        long number = strtol(search->cFileName + nameLen, NULL, 10);
+        long number = strtol(search->cFileName + nameLen, nullptr, 10);
         if (number < 0 || number >= CI_ERRORLOG_MAX_FILES) continue;
         records[count++] = FileRecord{search->ftLastWriteTime, (ci_s32)number};
     }

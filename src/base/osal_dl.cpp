@@ -7,11 +7,11 @@
 #include "core/camkit_private.h"
 
 HMODULE osal_LoadLibrary(const char* name) {
-    if (!name || !*name) return NULL;
+    if (!name || !*name) return nullptr;
     char path[PATH_MAX];
     const char* prefix = (name[0] == '.' || name[0] == '/') ? "" : "./";
     int n = snprintf(path, sizeof path, "%s%s", prefix, name);
-    if (n < 0 || (size_t)n >= sizeof path) return NULL;
+    if (n < 0 || (size_t)n >= sizeof path) return nullptr;
     HMODULE handle = dlopen(path, RTLD_LAZY);
     if (!handle) {
         const char* why = dlerror();
@@ -25,6 +25,6 @@ void osal_FreeLibrary(HMODULE handle) {
 }
 
 void* osal_GetProcAddress(HMODULE handle, const char* name) {
-    if (!handle || !name) return NULL;
+    if (!handle || !name) return nullptr;
     return dlsym(handle, name);
 }

@@ -31,7 +31,7 @@ size_t extension_offset(const char* name) {
 
 int fopen_s(FILE** file, const char* name, const char* mode) {
     if (!file) return -1;
-    *file = (name && mode) ? fopen(name, mode) : NULL;
+    *file = (name && mode) ? fopen(name, mode) : nullptr;
     return *file ? 0 : -1;
 }
 

@@ -26,14 +26,14 @@ bool stat_match(osal_findfile* search) {
 }  // namespace
 
 osal_findfile* osal_open_find_file(char* directory) {
-    if (!directory || !fits_path(directory)) return NULL;
+    if (!directory || !fits_path(directory)) return nullptr;
     to_unix_path(directory);
     osal_findfile* search = static_cast<osal_findfile*>(calloc(1, sizeof(osal_findfile)));
-    if (!search) return NULL;
+    if (!search) return nullptr;
     search->dir = opendir(directory);
     if (!search->dir) {
         free(search);
-        return NULL;
+        return nullptr;
     }
     strcpy(search->cDirName, directory);
     search->hFind = OSAL_INVALID_HANDLE;

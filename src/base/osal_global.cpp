@@ -6,7 +6,7 @@
 #include "core/camkit_private.h"
 
 void* osal_alloc_global(const char* name, size_t size, osal_global_handle* handle) {
-    void* block = NULL;
+    void* block = nullptr;
     if (name && *name) block = calloc(1, size ? size : 1);
     if (handle) *handle = block;
     return block;

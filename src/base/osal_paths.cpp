@@ -31,7 +31,7 @@ int osal_get_file_attributes(char* path) {
 // bounded by maximum so that a short buffer is never overrun.
 int osal_fullpath(const char* name, char* resolved, size_t maximum) {
     if (!name || !resolved) return EINVAL;
-    char* full = realpath(name, NULL);
+    char* full = realpath(name, nullptr);
     if (!full) return errno;
     size_t len = strlen(full);
     int rc = 1;

@@ -26,9 +26,9 @@ bool read_line(FILE* file, char* line) {
 // A header line begins with '[' and contains ']'; its name is the trimmed
 // text between them (cut into line).
 const char* header_name(char* line) {
-    if (line[0] != '[') return NULL;
+    if (line[0] != '[') return nullptr;
     char* close = strchr(line, ']');
-    if (!close) return NULL;
+    if (!close) return nullptr;
     *close = '\0';
     return osal_trim(line + 1);
 }

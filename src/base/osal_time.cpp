@@ -28,7 +28,7 @@ void osal_sleep(ci_s32 milliseconds) {
     struct timespec deadline;
     clock_gettime(CLOCK_MONOTONIC, &deadline);
     add_milliseconds(&deadline, milliseconds);
-    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, NULL) == EINTR) {
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
     }
 }
 
@@ -41,7 +41,7 @@ ci_u64 osal_current_milliseconds(void) {
 // text receives the 26-character ctime form, line end included.
 int osal_localtime(char* text) {
     if (!text) return -1;
-    time_t now = time(NULL);
+    time_t now = time(nullptr);
     if (!ctime_r(&now, text)) text[0] = '\0';
     return 0;
 }

@@ -30,20 +30,20 @@ void* new_block(ci_u32 count, size_t size, const void* init_data) {
 }  // namespace
 
 void* osal_alloc_thread_local(ci_u32* index, ci_u32 count, size_t size, const void* init_data) {
-    if (!index) return NULL;
+    if (!index) return nullptr;
     if (*index == OSAL_TLS_UNASSIGNED) *index = pick_free_slot();
-    if (*index >= OSAL_TLS_SLOTS) return NULL;
+    if (*index >= OSAL_TLS_SLOTS) return nullptr;
     void*& slot = t_slots[*index];
     if (!slot) slot = new_block(count, size, init_data);
     return slot;
 }
 
 void* osal_get_thread_local(ci_u32 index) {
-    return index < OSAL_TLS_SLOTS ? t_slots[index] : NULL;
+    return index < OSAL_TLS_SLOTS ? t_slots[index] : nullptr;
 }
 
 void osal_free_thread_local(ci_u32* index) {
     if (!index || *index >= OSAL_TLS_SLOTS) return;
     free(t_slots[*index]);
-    t_slots[*index] = NULL;
+    t_slots[*index] = nullptr;
 }

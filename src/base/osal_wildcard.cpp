@@ -24,11 +24,11 @@ bool segment_matches_at(const char* segment, const char* name) {
     return true;
 }
 
-// First position in name where the segment matches, or NULL.
+// First position in name where the segment matches, or nullptr.
 const char* find_segment(const char* segment, const char* name) {
     for (;; ++name) {
         if (segment_matches_at(segment, name)) return name;
-        if (!*name) return NULL;
+        if (!*name) return nullptr;
     }
 }
 

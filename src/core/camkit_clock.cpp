@@ -44,7 +44,7 @@ static ci_error_code _use_serial_sizes(ci_camera_t* camera, ci_u32 addrSize, ci_
 
 // Addresses the board FPGA (its sizes stay selected afterwards).
 static ci_error_code _select_board_chip(ci_camera_t* camera, const ci_chip_t** chip) {
-    if (camera->num_chips < 1 || camera->chip == NULL) {
+    if (camera->num_chips < 1 || camera->chip == nullptr) {
         return CK_ERR(CI_CAMERA_ERROR, "the board has no chip description");
     }
     *chip = &camera->chip[0];
@@ -61,7 +61,7 @@ static ci_u32 _clock_code_for(ci_u32 freq) {
 }
 
 static ci_error_code _set_table_clock(ci_camera_t* camera, ci_u32 freq) {
-    const ci_chip_t* chip = NULL;
+    const ci_chip_t* chip = nullptr;
     ci_u32 value = 0;
     ci_error_code rc = _select_board_chip(camera, &chip);
     if (rc == CI_CAMERA_SUCCESS) rc = ci_readRegister(camera, chip->baseAddr, CK_CLOCK_CODE_REG, &value);
@@ -70,14 +70,14 @@ static ci_error_code _set_table_clock(ci_camera_t* camera, ci_u32 freq) {
 }
 
 static ci_error_code _get_table_clock(ci_camera_t* camera, ci_u32* freq) {
-    const ci_chip_t* chip = NULL;
+    const ci_chip_t* chip = nullptr;
     ci_u32 value = 0;
     ci_error_code rc = _select_board_chip(camera, &chip);
     if (rc == CI_CAMERA_SUCCESS) rc = ci_readRegister(camera, chip->baseAddr, CK_CLOCK_CODE_REG, &value);
     if (rc != CI_CAMERA_SUCCESS) return rc;
     for (ci_s32 i = 0; kClockCodes[i].freq != 0; i++) {
         if (kClockCodes[i].code != (value & 0xFu)) continue;
-        if (freq != NULL) *freq = kClockCodes[i].freq;
+        if (freq != nullptr) *freq = kClockCodes[i].freq;
         return CI_CAMERA_SUCCESS;
     }
     return CK_ERR(CI_CAMERA_ERROR, "unknown output clock code");
@@ -176,7 +176,7 @@ static ci_error_code _cy_read(ci_camera_t* camera, ci_u32* freq) {
         numerator *= 2 * (pb + 4) + ((v[3] >> 7) & 1u);
         denominator *= (v[3] & 0x7Fu) + 2;
     }
-    if (freq != NULL) *freq = (ci_u32)((numerator + denominator / 2) / denominator);
+    if (freq != nullptr) *freq = (ci_u32)((numerator + denominator / 2) / denominator);
     return CI_CAMERA_SUCCESS;
 }
 

@@ -40,20 +40,20 @@ static const struct {
 
 void _store_mirrored(_common_context_t* ctx, const _ctx_sg_field_t* field, ci_u32 value) {
     _store_u32(ctx, field->ctx_offset, value);
-    if (ctx->sg_context != NULL) _store_u32(ctx->sg_context, field->sg_offset, value);
+    if (ctx->sg_context != nullptr) _store_u32(ctx->sg_context, field->sg_offset, value);
 }
 
 void _init_common_context(ci_camera_t* camera) {
-    assert(camera != NULL);
-    if (camera->context != NULL) _free_common_context(camera);
+    assert(camera != nullptr);
+    if (camera->context != nullptr) _free_common_context(camera);
     _common_context_t* ctx = (_common_context_t*)calloc(1, sizeof(_common_context_t));
-    if (ctx == NULL) {
+    if (ctx == nullptr) {
         CK_ERR(CI_CAMERA_ERROR, "cannot allocate the camera context");
         return;
     }
     camera->context = ctx;
     // Everything not set here (frame counters, register hooks, the register
-    // cache) starts at zero/NULL from the zeroed allocation.
+    // cache) starts at zero/nullptr from the zeroed allocation.
     ctx->bitsPerClock = 8;
     ctx->clocksPerPixel = 1;
     ctx->pixclk_polarity = 1;
@@ -66,12 +66,12 @@ void ci_InitCameraContext(ci_camera_t* camera) { _init_common_context(camera); }
 
 void _free_common_context(ci_camera_t* camera) {
     _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL) return;
+    if (ctx == nullptr) return;
     osal_delete_critical_section(&ctx->criticalSection);
     _free_global_context(camera);
     _free_reg_cache(camera);
     free(ctx);
-    camera->context = NULL;
+    camera->context = nullptr;
 }
 
 void ci_FreeCameraContext(ci_camera_t* camera) { _free_common_context(camera); }
@@ -85,7 +85,7 @@ static void _sanitize_name(char* name) {
 
 static const char* _base_name(const char* path) {
     const char* slash = strrchr(path, '/');
-    return slash != NULL ? slash + 1 : path;
+    return slash != nullptr ? slash + 1 : path;
 }
 
 // Appends what fits of text (names are cut at the field size).
@@ -101,7 +101,7 @@ static void _make_shared_names(ci_camera_t* camera, _common_context_t* ctx, cons
     ci_string cache_name;
     snprintf(device_name, sizeof device_name, "%s", device);
     memcpy(cache_name, device_name, sizeof cache_name);
-    if (camera->sensor != NULL) {
+    if (camera->sensor != nullptr) {
         _append_bounded(cache_name, sizeof cache_name, "_");
         _append_bounded(cache_name, sizeof cache_name, _base_name(camera->sensor->sensorFileName));
     }
@@ -122,14 +122,14 @@ static void _copy_shared_settings(void* to, void* from, int to_shared) {
 
 void _init_global_context(ci_camera_t* camera) {
     _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || ctx->sg_context != NULL) return;
-    const char* device = ctx->getDeviceName != NULL ? ctx->getDeviceName(camera) : NULL;
-    if (device != NULL && device[0] != '\0') _make_shared_names(camera, ctx, device);
+    if (ctx == nullptr || ctx->sg_context != nullptr) return;
+    const char* device = ctx->getDeviceName != nullptr ? ctx->getDeviceName(camera) : nullptr;
+    if (device != nullptr && device[0] != '\0') _make_shared_names(camera, ctx, device);
     osal_init_critical_section(&ctx->criticalSection, ctx->mutex_name);
 
     _sg_context_t* sg = (_sg_context_t*)osal_alloc_global(ctx->context_name, sizeof(_sg_context_t), &ctx->context_gh);
-    if (sg == NULL) sg = (_sg_context_t*)calloc(1, sizeof(_sg_context_t));
-    if (sg == NULL) {
+    if (sg == nullptr) sg = (_sg_context_t*)calloc(1, sizeof(_sg_context_t));
+    if (sg == nullptr) {
         CK_ERR(CI_CAMERA_ERROR, "cannot allocate the shared device context");
         return;
     }
@@ -144,12 +144,12 @@ void _init_global_context(ci_camera_t* camera) {
 
 void _free_global_context(ci_camera_t* camera) {
     _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || ctx->sg_context == NULL) return;
-    if (ctx->context_gh != NULL) {
+    if (ctx == nullptr || ctx->sg_context == nullptr) return;
+    if (ctx->context_gh != nullptr) {
         osal_free_global(ctx->context_gh, ctx->sg_context);
     } else {
         free(ctx->sg_context);
     }
-    ctx->context_gh = NULL;
-    ctx->sg_context = NULL;
+    ctx->context_gh = nullptr;
+    ctx->sg_context = nullptr;
 }

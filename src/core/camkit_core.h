@@ -40,7 +40,7 @@ void _store_mirrored(_common_context_t* ctx, const _ctx_sg_field_t* field, ci_u3
 // Whether any registry row holds an open camera.
 int _any_camera_open(void);
 
-// The calling thread's table of camera views (NULL when it has none).
+// The calling thread's table of camera views (nullptr when it has none).
 _tl_context_t* _thread_table(void);
 
 // The three per-thread settings of a camera view.

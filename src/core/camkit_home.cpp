@@ -18,14 +18,14 @@ static const char* _home_variable(void) {
     static const char* const kVariables[] = {"CI_HOME_DEV", "CI_HOME"};
     for (const char* name : kVariables) {
         const char* value = getenv(name);
-        if (value != NULL && value[0] != '\0') return value;
+        if (value != nullptr && value[0] != '\0') return value;
     }
-    return NULL;
+    return nullptr;
 }
 
 static void _decide_home(void) {
     const char* value = _home_variable();
-    if (value == NULL) {
+    if (value == nullptr) {
         char parent[] = "../..";
         value = osal_get_file_attributes(parent) != -1 ? "../.." : ".";
     }

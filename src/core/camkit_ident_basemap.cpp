@@ -16,17 +16,17 @@ static const ci_u32 kLastBase = 0xFF;
 
 void _setUnusedBase(ci_camera_t* camera, ci_u32 base) {
     _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || base > kLastBase) return;
+    if (ctx == nullptr || base > kLastBase) return;
     ctx->baseMap[base >> 6] |= 1u << ((base >> 1) & 31);
 }
 
 ci_s32 _unusedBase(ci_camera_t* camera, ci_u32 base) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || base > kLastBase) return 0;
+    if (ctx == nullptr || base > kLastBase) return 0;
     return (ctx->baseMap[base >> 6] >> ((base >> 1) & 31)) & 1u;
 }
 
 void _resetBaseMap(ci_camera_t* camera) {
     _common_context_t* ctx = _ctx(camera);
-    if (ctx != NULL) memset(ctx->baseMap, 0, sizeof ctx->baseMap);
+    if (ctx != nullptr) memset(ctx->baseMap, 0, sizeof ctx->baseMap);
 }

@@ -42,9 +42,9 @@ bool partNumberEntryMatches(ci_camera_t* camera, const _partNumberData* entry) {
 }  // namespace
 
 ci_s32 ci_DetectSensorBaseAddr(ci_camera_t* camera) {
-    if (_ctx(camera) == NULL || camera->sensor == NULL) return 1;
+    if (_ctx(camera) == nullptr || camera->sensor == nullptr) return 1;
     ci_reg_data_t* chipVersion = _registerLookup(camera, -1, "CHIP_VERSION_REG");
-    if (chipVersion == NULL) return 1;
+    if (chipVersion == nullptr) return 1;
     const ci_u32 originalBase = camera->sensor->shipAddr;
     bool atOriginalBase = false;
     bool moved = false;
@@ -64,7 +64,7 @@ ci_s32 ci_DetectSensorBaseAddr(ci_camera_t* camera) {
 
 ci_s32 ci_DetectPartNumber(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || camera->sensor == NULL || ctx->num_partNumbers < 2) return 0;
+    if (ctx == nullptr || camera->sensor == nullptr || ctx->num_partNumbers < 2) return 0;
     const ci_s32 count = _identCount(ctx->num_partNumbers, CI_MAX_PART_NUMBERS);
     ci_s32 candidate = -1;
     {

@@ -63,9 +63,9 @@ bool _is_companion_board(ci_camera_t* camera) {
 }
 
 ci_s32 _checkSensorMatch(ci_camera_t* camera, ci_s32 chipVersionOnly) {
-    if (_ctx(camera) == NULL || camera->sensor == NULL) return 0;
+    if (_ctx(camera) == nullptr || camera->sensor == nullptr) return 0;
     ci_reg_data_t* chipVersion = _registerLookup(camera, -1, "CHIP_VERSION_REG");
-    if (chipVersion == NULL || !findChipVersionBase(camera, chipVersion)) return 0;
+    if (chipVersion == nullptr || !findChipVersionBase(camera, chipVersion)) return 0;
     if (chipVersionOnly) return 1;
 
     bool resetDone = false;

@@ -25,7 +25,7 @@ constexpr const char* kSocFilter = "SOC";
 
 // What one pass of the search looks for.
 struct PassFilter {
-    const char* name;  // file-name filter text, or NULL
+    const char* name;  // file-name filter text, or nullptr
     bool socRule;      // the "SOC" filter: decide by the sensor, not the name
     ci_s32 ignore;     // 1: skip names containing the filter / want no SOC
     ci_s32 addrSize;   // wanted register address size, 0 for any
@@ -41,18 +41,18 @@ bool containsIgnoringCase(const char* text, const char* part) {
 
 // Is the file skipped by its name alone?
 bool skippedByName(const PassFilter& pass, const char* fileName) {
-    if (pass.name == NULL || pass.socRule) return false;
+    if (pass.name == nullptr || pass.socRule) return false;
     const bool contains = containsIgnoringCase(fileName, pass.name);
     return pass.ignore ? contains : !contains;
 }
 
 // Why a parsed file is not eligible for probing under the pass's SOC rule,
-// or NULL when it is.
+// or nullptr when it is.
 const char* socRefusal(ci_camera_t* camera, const PassFilter& pass) {
-    if (!pass.socRule) return NULL;
+    if (!pass.socRule) return nullptr;
     const bool wantSoc = pass.ignore == 0;
     const bool soc = ci_IsSOC(camera) != 0;
-    if (wantSoc == soc) return NULL;
+    if (wantSoc == soc) return nullptr;
     if (wantSoc) return "No match because want SOC and file is not SOC";
     if (pass.ignore == 1) return "No match because don't want SOC and file is SOC";
     return "No match because is/isnot SOC";
@@ -76,7 +76,7 @@ ci_error_code parseWithHints(ci_camera_t* camera, const char* path, const PassFi
 // hardware test.  A refused file's settings must not outlive it, so a shared
 // context created here is dropped again.
 bool hardwareMatches(ci_camera_t* camera) {
-    const bool created = _ctx(camera)->sg_context == NULL;
+    const bool created = _ctx(camera)->sg_context == nullptr;
     _init_global_context(camera);
     if (_checkSensorMatch(camera, 0)) return true;
     if (created) _free_global_context(camera);
@@ -93,19 +93,19 @@ void acceptMatch(ci_camera_t* camera, const char* path) {
     ci_DetectPartNumber(camera);
 }
 
-// Parses and tests one file: NULL when it describes the sensor, otherwise
+// Parses and tests one file: nullptr when it describes the sensor, otherwise
 // why it does not (reason is scratch space for a formatted answer).
 const char* refusalOf(ci_camera_t* camera, const char* path, const PassFilter& pass, char* reason, size_t size) {
     if (parseWithHints(camera, path, pass) != CI_PARSE_SUCCESS) return "No match because parse failed";
     const char* soc = socRefusal(camera, pass);
-    if (soc != NULL) return soc;
+    if (soc != nullptr) return soc;
     if (pass.addrSize != 0 && (ci_u32)pass.addrSize != camera->sensor->reg_addr_size) {
         snprintf(reason, size, "No match because want addr size %d and sensor is %d", (int)pass.addrSize,
                  (int)camera->sensor->reg_addr_size);
         return reason;
     }
     if (!hardwareMatches(camera)) return "No match because SHIP base addr/version reg/fuseID";
-    return NULL;
+    return nullptr;
 }
 
 // True when the file describes the sensor.
@@ -114,7 +114,7 @@ bool tryFile(ci_camera_t* camera, const char* dir, const char* fileName, const P
     snprintf(path, sizeof path, "%s%c%s", dir, '/', fileName);
     char reason[CI_STRING_LEN];
     const char* refusal = refusalOf(camera, path, pass, reason, sizeof reason);
-    if (refusal == NULL) {
+    if (refusal == nullptr) {
         acceptMatch(camera, path);
         return true;
     }
@@ -142,7 +142,7 @@ ci_error_code searchSensor(ci_camera_t* camera, const char* dir) {
     _resetBaseMap(camera);
     // Any sensor with 16-bit register addresses, then 8-bit sensors that are
     // not systems-on-chip, then 8-bit systems-on-chip.
-    ci_error_code result = _findMatch(camera, dir, NULL, 0, 16);
+    ci_error_code result = _findMatch(camera, dir, nullptr, 0, 16);
     if (result == CI_SENSOR_DOES_NOT_MATCH) result = _findMatch(camera, dir, kSocFilter, 1, 8);
     if (result == CI_SENSOR_DOES_NOT_MATCH) result = _findMatch(camera, dir, kSocFilter, 0, 8);
     if (result != CI_CAMERA_SUCCESS) _freeSensor(camera);
@@ -152,14 +152,14 @@ ci_error_code searchSensor(ci_camera_t* camera, const char* dir) {
 }  // namespace
 
 ci_error_code _findMatch(ci_camera_t* camera, const char* dir, const char* filter, ci_s32 ignore, ci_s32 addrSize) {
-    if (_ctx(camera) == NULL || camera->sensor == NULL || dir == NULL) return CI_CAMERA_ERROR;
-    const PassFilter pass{filter, filter != NULL && osal_stricmp(filter, kSocFilter) == 0, ignore, addrSize};
+    if (_ctx(camera) == nullptr || camera->sensor == nullptr || dir == nullptr) return CI_CAMERA_ERROR;
+    const PassFilter pass{filter, filter != nullptr && osal_stricmp(filter, kSocFilter) == 0, ignore, addrSize};
     char message[CI_MAX_PATH + 64];
     char dirName[CI_MAX_PATH];
     char pattern[] = "*.*sdat";
     snprintf(dirName, sizeof dirName, "%s", dir);
     osal_findfile* search = osal_open_find_file(dirName);
-    if (search == NULL || !osal_find_first_file(search, pattern)) {
+    if (search == nullptr || !osal_find_first_file(search, pattern)) {
         osal_close_find_file(search);
         snprintf(message, sizeof message, "No sdat files found in %s", dir);
         return CK_ERR(CI_SENSOR_DOES_NOT_MATCH, message);
@@ -180,13 +180,13 @@ ci_error_code _findMatch(ci_camera_t* camera, const char* dir, const char* filte
 }
 
 ci_error_code _getSensor(ci_camera_t* camera, const char* sensorDirOrFile) {
-    if (sensorDirOrFile == NULL || sensorDirOrFile[0] == '\0') return CI_CAMERA_SUCCESS;
-    if (camera->readSensorRegisters == NULL || _ctx(camera) == NULL) {
+    if (sensorDirOrFile == nullptr || sensorDirOrFile[0] == '\0') return CI_CAMERA_SUCCESS;
+    if (camera->readSensorRegisters == nullptr || _ctx(camera) == nullptr) {
         return CK_ERR(CI_CAMERA_ERROR, "The camera has no sensor register access");
     }
-    if (camera->sensor != NULL) _freeSensor(camera);
+    if (camera->sensor != nullptr) _freeSensor(camera);
     camera->sensor = (ci_sensor_t*)calloc(1, sizeof(ci_sensor_t));
-    if (camera->sensor == NULL) return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate sensor structure");
+    if (camera->sensor == nullptr) return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate sensor structure");
 
     char checked[CI_MAX_PATH];
     snprintf(checked, sizeof checked, "%s", sensorDirOrFile);

@@ -10,7 +10,7 @@ namespace {
 
 _probe_term_t* probeTerm(ci_camera_t* camera, ci_s32 term) {
     _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || term < 0 || term >= CI_MAX_PROBE_TERMS) return NULL;
+    if (ctx == nullptr || term < 0 || term >= CI_MAX_PROBE_TERMS) return nullptr;
     return &ctx->probe_term[term];
 }
 
@@ -55,7 +55,7 @@ void writeUnderMask(ci_camera_t* camera, ci_reg_data_t* reg, const _versionRegWr
 
 bool readEntriesKnown(ci_camera_t* camera, const _probe_term_t* t, ci_s32 reads) {
     for (ci_s32 i = 0; i < reads; i++) {
-        if (_registerLookup(camera, -1, t->version_reg_read[i].regName) == NULL) return false;
+        if (_registerLookup(camera, -1, t->version_reg_read[i].regName) == nullptr) return false;
     }
     return true;
 }
@@ -97,11 +97,11 @@ bool serialEntryPasses(ci_camera_t* camera, const _extraSerialMatch* e) {
 
 ci_s32 _versionResetIf(ci_camera_t* camera, ci_s32 term) {
     const _probe_term_t* t = probeTerm(camera, term);
-    if (t == NULL) return 0;
+    if (t == nullptr) return 0;
     const _regData* r = &t->version_reg_resetif;
     if (r->regName[0] == '\0' || r->mask == 0) return 0;
     ci_reg_data_t* reg = _registerLookup(camera, -1, r->regName);
-    if (reg == NULL) return 0;
+    if (reg == nullptr) return 0;
     ci_u32 value = 0;
     if (_identReadReg(camera, reg, &value) != CI_CAMERA_SUCCESS) return 0;
     const ci_u32 field = _identField(value, r->mask);
@@ -116,10 +116,10 @@ ci_s32 _versionResetIf(ci_camera_t* camera, ci_s32 term) {
 
 ci_s32 _checkExtraDescr(ci_camera_t* camera, ci_s32 term) {
     _probe_term_t* t = probeTerm(camera, term);
-    if (t == NULL) return 0;
+    if (t == nullptr) return 0;
     if (t->extra_desc_reg[0] == '\0') return 1;
     ci_reg_data_t* reg = _registerLookup(camera, -1, t->extra_desc_reg);
-    if (reg == NULL) return 1;
+    if (reg == nullptr) return 1;
     if (t->extra_desc_mask == 0) t->extra_desc_mask = reg->bitmask;
     const ci_u32 mask = t->extra_desc_mask;
     ci_u32 value = 0;
@@ -130,7 +130,7 @@ ci_s32 _checkExtraDescr(ci_camera_t* camera, ci_s32 term) {
 
 ci_s32 _checkFuseRev(ci_camera_t* camera, ci_s32 term) {
     const _probe_term_t* t = probeTerm(camera, term);
-    if (t == NULL) return 0;
+    if (t == nullptr) return 0;
     const ci_s32 reads = _identCount(t->num_version_reg_read, CI_MAX_VERSION_REG_READS);
     if (reads == 0) return 1;
     if (!readEntriesKnown(camera, t, reads)) return 0;
@@ -143,7 +143,7 @@ ci_s32 _checkFuseRev(ci_camera_t* camera, ci_s32 term) {
     for (ci_s32 i = 0; i < writes; i++) {
         const _versionRegWrite* w = &t->version_reg_write[i];
         ci_reg_data_t* reg = _registerLookup(camera, -1, w->regName);
-        if (reg == NULL) continue;
+        if (reg == nullptr) continue;
         if (w->timeout >= 0) {
             pollRegister(camera, reg, w);
             continue;
@@ -162,7 +162,7 @@ ci_s32 _checkFuseRev(ci_camera_t* camera, ci_s32 term) {
 
 ci_s32 _checkExtraSerialMatch(ci_camera_t* camera, ci_s32 term) {
     const _probe_term_t* t = probeTerm(camera, term);
-    if (t == NULL) return 0;
+    if (t == nullptr) return 0;
     const ci_s32 entries = _identCount(t->num_serial_match, CI_MAX_SERIAL_MATCHES);
     for (ci_s32 i = 0; i < entries; i++) {
         if (!serialEntryPasses(camera, &t->extra_serial_match[i])) return 0;

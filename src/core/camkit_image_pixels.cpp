@@ -75,19 +75,19 @@ ci_u32 _pixelBytesFor(ci_image_types type, ci_u32 pixelBits, ci_u32 bitsPerClock
 
 ci_u32 _pixelBits(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || camera->sensor == NULL) return 0;
+    if (ctx == nullptr || camera->sensor == nullptr) return 0;
     return _pixelBitsFor(camera->sensor->imageType, ctx->bitsPerClock, ctx->clocksPerPixel);
 }
 
 ci_u32 _bytesPerClock(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || ctx->bitsPerClock == 0) return 1;
+    if (ctx == nullptr || ctx->bitsPerClock == 0) return 1;
     return (ctx->bitsPerClock + 7) / 8;
 }
 
 ci_u32 _pixelBytes(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || camera->sensor == NULL) return 0;
+    if (ctx == nullptr || camera->sensor == nullptr) return 0;
     const ci_sensor_t* sensor = camera->sensor;
     return _pixelBytesFor(sensor->imageType, sensor->pixelBits, ctx->bitsPerClock, ctx->clocksPerPixel);
 }
@@ -117,7 +117,7 @@ static ci_image_types _bayerTypeForDepth(ci_u32 pixelBits, bool packed16, bool h
 
 void _updateImageType(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || camera->sensor == NULL) return;
+    if (ctx == nullptr || camera->sensor == nullptr) return;
     ci_sensor_t* sensor = camera->sensor;
     if (!ci_IsBayerImageType(sensor->imageType)) return;
     if (sensor->zoomFactor != 1) {
@@ -125,7 +125,7 @@ void _updateImageType(ci_camera_t* camera) {
         return;
     }
     const bool packed16 = ctx->bitsPerClock == 16 && ctx->clocksPerPixel == 1;
-    const bool hidy = (ctx->sg_context != NULL ? ctx->sg_context->hidy : ctx->hidy) != 0;
+    const bool hidy = (ctx->sg_context != nullptr ? ctx->sg_context->hidy : ctx->hidy) != 0;
     const ci_image_types type = _bayerTypeForDepth(sensor->pixelBits, packed16, hidy);
     if (type != CI_UNKNOWN_IMAGE_TYPE) sensor->imageType = type;
 }

@@ -19,7 +19,7 @@ constexpr ci_u32 kInOrderLastVersion = 3;
 
 bool sensorDeliversInOrder(const ci_camera_t* camera, const _common_context_t* ctx) {
     const ci_sensor_t* sensor = camera->sensor;
-    if (sensor == NULL) return false;
+    if (sensor == nullptr) return false;
     const bool family = sensor->sensorType == kInOrderSensor ||
                         (sensor->sensorType == kInOrderUpToV3Sensor && sensor->sensorVersion <= kInOrderLastVersion);
     return family && ctx->rev3_head == 0 && ctx->security_head == 0;
@@ -42,7 +42,7 @@ swizzle_sit_t kite2Situation(ci_camera_t* camera, const _common_context_t* ctx) 
 
 swizzle_sit_t _swizzle_situation(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL) return SWIZSIT_UNNEEDED;
+    if (ctx == nullptr) return SWIZSIT_UNNEEDED;
     if (sensorDeliversInOrder(camera, ctx)) return SWIZSIT_UNNEEDED;
     switch ((ci_u32)camera->productID) {
         case 0x1002:
@@ -67,13 +67,13 @@ ci_u32 _swizzleDefault(ci_camera_t* camera) { return _swizzle_situation(camera) 
 
 ci_error_code _set_unswizzle_mode(ci_camera_t* camera, ci_u32 value) {
     _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL) return CI_CAMERA_ERROR;
+    if (ctx == nullptr) return CI_CAMERA_ERROR;
     if (value > CI_ANY_UNSWIZZLE) return CK_ERR(CI_CAMERA_ERROR, "unswizzle mode must be 0 to 3");
     ctx->unswizzle_mode = (ci_unswizzle_modes)value;
     switch (_swizzle_situation(camera)) {
         case SWIZSIT_HW_CAN:
             ctx->do_sw_unswizzle = value == CI_SW_UNSWIZZLE ? 1 : 0;
-            return ctx->setHardwareUnswizzle != NULL ? ctx->setHardwareUnswizzle(camera) : CI_CAMERA_SUCCESS;
+            return ctx->setHardwareUnswizzle != nullptr ? ctx->setHardwareUnswizzle(camera) : CI_CAMERA_SUCCESS;
         case SWIZSIT_NEEDED:
             ctx->do_sw_unswizzle = value >= CI_SW_UNSWIZZLE ? 1 : 0;
             return CI_CAMERA_SUCCESS;

@@ -55,7 +55,7 @@ constexpr const char* kImageTypeNames[CI_NUM_IMAGE_TYPES] = {
 }  // namespace
 
 ci_error_code ci_GetImageTypeStr(ci_image_types type, char* text) {
-    if (text == NULL) return CI_CAMERA_ERROR;
+    if (text == nullptr) return CI_CAMERA_ERROR;
     const bool known = type > CI_UNKNOWN_IMAGE_TYPE && type < CI_NUM_IMAGE_TYPES;
     strcpy(text, kImageTypeNames[known ? type : CI_UNKNOWN_IMAGE_TYPE]);
     return known ? CI_CAMERA_SUCCESS : CI_CAMERA_ERROR;
@@ -68,23 +68,23 @@ ci_s32 ci_IsYcbcrImageType(ci_image_types type) { return kYcbcr.has(type); }
 ci_s32 ci_IsJpegImageType(ci_image_types type) { return kJpeg.has(type); }
 
 ci_s32 ci_IsBayer(ci_camera_t* camera) {
-    assert(camera != NULL);
-    return camera->sensor != NULL && ci_IsBayerImageType(camera->sensor->imageType);
+    assert(camera != nullptr);
+    return camera->sensor != nullptr && ci_IsBayerImageType(camera->sensor->imageType);
 }
 
 ci_s32 ci_IsSOC(ci_camera_t* camera) {
-    assert(camera != NULL);
+    assert(camera != nullptr);
     const ci_sensor_t* sensor = camera->sensor;
-    if (sensor == NULL) return 0;
+    if (sensor == nullptr) return 0;
     if (sensor->sensorType == kYcbcrOnlySocType) return sensor->imageType == CI_YCBCR;
     return kSoc.has(sensor->sensorType);
 }
 
 ci_s32 ci_IsArrayImager(ci_camera_t* camera) {
-    assert(camera != NULL);
-    return camera->sensor != NULL && camera->sensor->sensorType == CI_ARRAY_IMAGER_SENSOR;
+    assert(camera != nullptr);
+    return camera->sensor != nullptr && camera->sensor->sensorType == CI_ARRAY_IMAGER_SENSOR;
 }
 
 ci_s32 ci_IsFarSpace(const ci_addr_space_val_t* space) {
-    return space != NULL && space->type >= CI_FAR1_REG_ADDR && space->type <= CI_FAR2_SFR_ADDR;
+    return space != nullptr && space->type >= CI_FAR1_REG_ADDR && space->type <= CI_FAR2_SFR_ADDR;
 }

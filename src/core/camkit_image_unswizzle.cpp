@@ -153,7 +153,7 @@ size_t frameWords(const ci_sensor_t* sensor) { return (size_t)sensor->width * (s
 
 void _mergeDeepBayer(ci_camera_t* camera, ci_u8* buffer) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || buffer == NULL || camera->sensor == NULL) return;
+    if (ctx == nullptr || buffer == nullptr || camera->sensor == nullptr) return;
     if (ctx->clocksPerPixel != 2 || !ci_IsBayer(camera)) return;
     if (ctx->bitsPerClock == 10) {
         transformWords<ci_u32>(buffer, frameWords(camera->sensor), mergeTen);
@@ -164,8 +164,8 @@ void _mergeDeepBayer(ci_camera_t* camera, ci_u8* buffer) {
 
 void _unSwizzleBuffer(ci_camera_t* camera, ci_u8* buffer) {
     const _common_context_t* ctx = _ctx(camera);
-    const ci_sensor_t* sensor = camera != NULL ? camera->sensor : NULL;
-    if (ctx == NULL || buffer == NULL || sensor == NULL) return;
+    const ci_sensor_t* sensor = camera != nullptr ? camera->sensor : nullptr;
+    if (ctx == nullptr || buffer == nullptr || sensor == nullptr) return;
     if (ctx->do_sw_unswizzle == 0) {
         _mergeDeepBayer(camera, buffer);
         return;
@@ -182,13 +182,13 @@ void _unSwizzleBuffer(ci_camera_t* camera, ci_u8* buffer) {
 
 void _repackLsbAligned8(ci_camera_t* camera, ci_u8* buffer) {
     const _common_context_t* ctx = _ctx(camera);
-    const ci_sensor_t* sensor = camera != NULL ? camera->sensor : NULL;
-    if (ctx == NULL || buffer == NULL || sensor == NULL) return;
+    const ci_sensor_t* sensor = camera != nullptr ? camera->sensor : nullptr;
+    if (ctx == nullptr || buffer == nullptr || sensor == nullptr) return;
     if (!ctx->lsbAligned || ctx->bitsPerClock >= 9 || ctx->rxType != CI_RX_PARALLEL) return;
     size_t count;
     if (ci_IsJpegImageType(sensor->imageType)) {
         const _sg_context_t* sg = ctx->sg_context;
-        count = sg != NULL ? (size_t)sg->spoof_width * sg->spoof_height
+        count = sg != nullptr ? (size_t)sg->spoof_width * sg->spoof_height
                            : (size_t)ctx->_spoof_width * ctx->_spoof_height;
     } else {
         count = (size_t)ctx->clocksPerPixel * frameWords(sensor);

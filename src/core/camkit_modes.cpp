@@ -39,7 +39,7 @@ ci_error_code _mode_set_mirrored(ci_camera_t*, _common_context_t* ctx, const _mo
 }
 
 ci_error_code _mode_get_shared_first(ci_camera_t*, _common_context_t* ctx, const _mode_row_t* row, ci_u32* out) {
-    *out = ctx->sg_context != NULL ? _load_u32(ctx->sg_context, row->field.sg_offset)
+    *out = ctx->sg_context != nullptr ? _load_u32(ctx->sg_context, row->field.sg_offset)
                                    : _load_u32(ctx, row->field.ctx_offset);
     return CI_CAMERA_SUCCESS;
 }
@@ -51,13 +51,13 @@ static ci_error_code _no_shared_record(void) {
 }
 
 static ci_error_code _mode_set_shared(ci_camera_t*, _common_context_t* ctx, const _mode_row_t* row, ci_u32 val) {
-    if (ctx->sg_context == NULL) return _no_shared_record();
+    if (ctx->sg_context == nullptr) return _no_shared_record();
     _store_u32(ctx->sg_context, row->field.sg_offset, val);
     return CI_CAMERA_SUCCESS;
 }
 
 static ci_error_code _mode_get_shared(ci_camera_t*, _common_context_t* ctx, const _mode_row_t* row, ci_u32* out) {
-    if (ctx->sg_context == NULL) return _no_shared_record();
+    if (ctx->sg_context == nullptr) return _no_shared_record();
     *out = _load_u32(ctx->sg_context, row->field.sg_offset);
     return CI_CAMERA_SUCCESS;
 }
@@ -112,11 +112,11 @@ static constexpr std::array<_mode_row_t, CI_NUM_MODES> _make_mode_table() {
     t[CI_USE_REG_CACHE] = _thread_row(CK_TL_USE_CACHE);
     t[CI_SW_UNSWIZZLE_MODE] = _context_row(CTX(do_sw_unswizzle));
     t[CI_UNSWIZZLE_MODE] = _row(_mode_set_unswizzle, _mode_get_context, CTX(unswizzle_mode));
-    t[CI_SW_UNSWIZZLE_DEFAULT] = _row(NULL, _mode_get_swizzle_default);
+    t[CI_SW_UNSWIZZLE_DEFAULT] = _row(nullptr, _mode_get_swizzle_default);
     t[CI_DATA_IS_SWIZZLED] = _row(_mode_set_ignored, _mode_get_data_is_swizzled);
     t[CI_ERROR_LOG_TYPE] = _row(_mode_set_log_type, _mode_get_log_type);
     t[CI_SPOOF_SIZE] = _row(_mode_set_spoof_size, _mode_get_spoof_size);
-    t[CI_SPOOF_SUPPORTED] = _row(_mode_set_spoof_supported, NULL);
+    t[CI_SPOOF_SUPPORTED] = _row(_mode_set_spoof_supported, nullptr);
     t[CI_HW_BUFFERING] = _row(_mode_set_hw_buffering, _mode_get_hw_buffering, CK_CTX_SG(hw_buffering, hw_buffering));
     t[CI_OUTPUT_CLOCK_FREQ] = _row(_mode_set_output_clock, _mode_get_output_clock);
     t[CI_ALLOW_FAR_ACCESS] = _row(_mode_set_far_access, _mode_get_context, CTX(allow_far_access));
@@ -158,9 +158,9 @@ static constexpr std::array<_mode_row_t, CI_NUM_MODES> _make_mode_table() {
     t[CI_RX_CCIR656] = _mirrored_row(CK_CTX_SG(rxCcir656, rxCcir656));
     t[CI_RX_INTERLACED] = _mirrored_row(CK_CTX_SG(rxInterlaced, rxInterlaced));
     t[CI_MEM_CAPTURE_CYCLE] = kNotSupported;
-    t[CI_TRIGGER_HIGH_WIDTH] = _row(NULL, _mode_not_supported_get);
-    t[CI_TRIGGER_LOW_WIDTH] = _row(NULL, _mode_not_supported_get);
-    t[CI_TRIGGER] = _row(NULL, _mode_not_supported_get);
+    t[CI_TRIGGER_HIGH_WIDTH] = _row(nullptr, _mode_not_supported_get);
+    t[CI_TRIGGER_LOW_WIDTH] = _row(nullptr, _mode_not_supported_get);
+    t[CI_TRIGGER] = _row(nullptr, _mode_not_supported_get);
     t[CI_OUTPUT_PORT] = _mirrored_row(CK_CTX_SG(rxOutputPort, rxOutputPort));
     t[CI_PIXEL_PACK] = _mirrored_row(CK_CTX_SG(pixelPack, pixelPack));
     return t;
@@ -170,24 +170,24 @@ static constexpr std::array<_mode_row_t, CI_NUM_MODES> kModes = _make_mode_table
 
 static const _mode_row_t* _mode_row(ci_modes mode) {
     ci_u32 index = (ci_u32)mode;
-    return index < (ci_u32)CI_NUM_MODES ? &kModes[index] : NULL;
+    return index < (ci_u32)CI_NUM_MODES ? &kModes[index] : nullptr;
 }
 
 // ---------------------------------------------------------------- dispatch
 
 ci_error_code _SetMode(ci_camera_t* camera, ci_modes mode, ci_u32 val) {
     _common_context_t* ctx = _ctx(camera);
-    assert(ctx != NULL);
+    assert(ctx != nullptr);
     const _mode_row_t* row = _mode_row(mode);
-    if (row == NULL || row->set == NULL) return CK_ERR(CI_CAMERA_ERROR, "unrecognized mode in setMode()");
+    if (row == nullptr || row->set == nullptr) return CK_ERR(CI_CAMERA_ERROR, "unrecognized mode in setMode()");
     return row->set(camera, ctx, row, val);
 }
 
 ci_error_code _GetMode(ci_camera_t* camera, ci_modes mode, ci_u32* val) {
     _common_context_t* ctx = _ctx(camera);
-    assert(ctx != NULL);
+    assert(ctx != nullptr);
     const _mode_row_t* row = _mode_row(mode);
-    if (row == NULL || row->get == NULL) return CK_ERR(CI_CAMERA_ERROR, "unrecognized mode in getMode()");
+    if (row == nullptr || row->get == nullptr) return CK_ERR(CI_CAMERA_ERROR, "unrecognized mode in getMode()");
     ci_u32 discard = 0;
-    return row->get(camera, ctx, row, val != NULL ? val : &discard);
+    return row->get(camera, ctx, row, val != nullptr ? val : &discard);
 }

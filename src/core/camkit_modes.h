@@ -12,7 +12,7 @@ typedef ci_error_code (*_mode_set_fn)(ci_camera_t* camera, _common_context_t* ct
 typedef ci_error_code (*_mode_get_fn)(ci_camera_t* camera, _common_context_t* ctx, const _mode_row_t* row,
                                       ci_u32* out);
 
-// A NULL setter or getter means the mode is unrecognized in that direction.
+// A nullptr setter or getter means the mode is unrecognized in that direction.
 struct _mode_row_t {
     _mode_set_fn set;
     _mode_get_fn get;

@@ -22,7 +22,7 @@ static ci_u32 _data_is_swizzled(ci_camera_t* camera, const _common_context_t* ct
     if (situation == SWIZSIT_UNNEEDED) return 0;
     if (ctx->unswizzle_mode == CI_SW_UNSWIZZLE || ctx->unswizzle_mode == CI_ANY_UNSWIZZLE) return 0;
     if (ctx->unswizzle_mode == CI_HW_UNSWIZZLE && situation == SWIZSIT_HW_CAN) return 0;
-    switch (camera->sensor != NULL ? camera->sensor->sensorType : CI_UNKNOWN_SENSOR) {
+    switch (camera->sensor != nullptr ? camera->sensor->sensorType : CI_UNKNOWN_SENSOR) {
     case CI_RESERVED_SENSOR71:
     case CI_RESERVED_SENSOR78:
     case CI_RESERVED_SENSOR79: return 0;
@@ -55,7 +55,7 @@ ci_error_code _mode_get_log_type(ci_camera_t*, _common_context_t*, const _mode_r
 
 // The spoofed frame size is packed as height << 16 | width.
 ci_error_code _mode_set_spoof_size(ci_camera_t*, _common_context_t* ctx, const _mode_row_t*, ci_u32 val) {
-    if (ctx->sg_context != NULL) {
+    if (ctx->sg_context != nullptr) {
         ctx->sg_context->spoof_height = val >> 16;
         ctx->sg_context->spoof_width = val & 0xFFFFu;
     }
@@ -64,7 +64,7 @@ ci_error_code _mode_set_spoof_size(ci_camera_t*, _common_context_t* ctx, const _
 
 ci_error_code _mode_get_spoof_size(ci_camera_t*, _common_context_t* ctx, const _mode_row_t*, ci_u32* out) {
     const _sg_context_t* sg = ctx->sg_context;
-    *out = sg != NULL ? (sg->spoof_height << 16) + sg->spoof_width : (ctx->_spoof_height << 16) + ctx->_spoof_width;
+    *out = sg != nullptr ? (sg->spoof_height << 16) + sg->spoof_width : (ctx->_spoof_height << 16) + ctx->_spoof_width;
     return CI_CAMERA_SUCCESS;
 }
 
@@ -73,7 +73,7 @@ ci_error_code _mode_set_spoof_supported(ci_camera_t*, _common_context_t*, const 
 }
 
 ci_error_code _mode_set_hw_buffering(ci_camera_t* camera, _common_context_t* ctx, const _mode_row_t*, ci_u32 val) {
-    if (ctx->setHardwareBuffering == NULL) return CI_CAMERA_SUCCESS;
+    if (ctx->setHardwareBuffering == nullptr) return CI_CAMERA_SUCCESS;
     return CK_ERR(ctx->setHardwareBuffering(camera, val), "");
 }
 
@@ -81,7 +81,7 @@ ci_error_code _mode_set_hw_buffering(ci_camera_t* camera, _common_context_t* ctx
 ci_error_code _mode_get_hw_buffering(ci_camera_t* camera, _common_context_t* ctx, const _mode_row_t* row,
                                      ci_u32* out) {
     _mode_get_shared_first(camera, ctx, row, out);
-    return ctx->setHardwareBuffering != NULL ? CI_CAMERA_SUCCESS : CI_CAMERA_NOT_SUPPORTED;
+    return ctx->setHardwareBuffering != nullptr ? CI_CAMERA_SUCCESS : CI_CAMERA_NOT_SUPPORTED;
 }
 
 ci_error_code _mode_set_output_clock(ci_camera_t* camera, _common_context_t*, const _mode_row_t*, ci_u32 val) {
@@ -97,7 +97,7 @@ ci_error_code _mode_get_output_clock(ci_camera_t* camera, _common_context_t*, co
 // far-bus check off (non-zero) or on (zero).
 ci_error_code _mode_set_far_access(ci_camera_t*, _common_context_t* ctx, const _mode_row_t*, ci_u32 val) {
     if (val >= 2 && val <= 255) {
-        if (ctx->sg_context != NULL) ctx->sg_context->farBaseMap[(val >> 6) & 3] |= 1u << ((val >> 1) & 31);
+        if (ctx->sg_context != nullptr) ctx->sg_context->farBaseMap[(val >> 6) & 3] |= 1u << ((val >> 1) & 31);
     } else {
         ctx->allow_far_access = (ci_s32)val;
     }

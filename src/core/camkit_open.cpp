@@ -23,7 +23,7 @@ void ci_CancelProbe(void) { _set_cancel_flag(1); }
 static char* _clean_sensor_path(const char* path) {
     size_t length = strlen(path);
     char* clean = (char*)malloc(length + 1);
-    if (clean == NULL) return NULL;
+    if (clean == nullptr) return nullptr;
     size_t out = 0;
     for (size_t i = 0; i < length; i++) {
         if (i > 0 && osal_dirdelim(path[i]) && osal_dirdelim(path[i + 1])) continue;
@@ -38,8 +38,8 @@ static char* _clean_sensor_path(const char* path) {
 static ci_s32 _register_cameras(_transport_t* row, ci_camera_t** found, ci_s32 n) {
     size_t size = (size_t)(row->num_open_cameras + n) * sizeof(ci_camera_t*);
     ci_camera_t** list = (ci_camera_t**)realloc(row->open_cameras, size);
-    if (list == NULL) {
-        if (row->closeCameras != NULL) row->closeCameras(n, found);
+    if (list == nullptr) {
+        if (row->closeCameras != nullptr) row->closeCameras(n, found);
         CK_ERR(CI_CAMERA_ERROR, "cannot grow the list of open cameras");
         return 0;
     }
@@ -59,7 +59,7 @@ static ci_error_code _walk_registry(ci_camera_t** cameras, ci_s32* numCameras, c
     ci_error_code largest = CI_CAMERA_SUCCESS;
     for (ci_s32 r = 0; r < CI_NUM_TRANSPORTS; r++) {
         _transport_t* row = &gTransports[r];
-        if ((row->transport_type & mask) == 0 || row->openCameras == NULL) continue;
+        if ((row->transport_type & mask) == 0 || row->openCameras == nullptr) continue;
         ci_s32 n = 0;
         ci_error_code rc = row->openCameras(&cameras[*numCameras], &n, path, pluginName);
         if (n > 0) n = _register_cameras(row, &cameras[*numCameras], n);
@@ -72,18 +72,18 @@ static ci_error_code _walk_registry(ci_camera_t** cameras, ci_s32* numCameras, c
 
 ci_error_code ci_OpenCameras2(ci_camera_t** cameras, ci_s32* numCameras, const char* sensorDirOrFile,
                               ci_u32 transportMask, const char* pluginName) {
-    assert(cameras != NULL && numCameras != NULL);
-    char* path = _clean_sensor_path(sensorDirOrFile != NULL ? sensorDirOrFile : ci_SensorData());
-    if (path == NULL) return CK_ERR(CI_CAMERA_ERROR, "out of memory");
+    assert(cameras != nullptr && numCameras != nullptr);
+    char* path = _clean_sensor_path(sensorDirOrFile != nullptr ? sensorDirOrFile : ci_SensorData());
+    if (path == nullptr) return CK_ERR(CI_CAMERA_ERROR, "out of memory");
     _set_cancel_flag(0);
     *numCameras = 0;
     ci_error_code largest =
-        _walk_registry(cameras, numCameras, path, transportMask, pluginName != NULL ? pluginName : "");
+        _walk_registry(cameras, numCameras, path, transportMask, pluginName != nullptr ? pluginName : "");
     _set_cancel_flag(0);
     free(path);
     if (*numCameras == 0) return largest;
     for (ci_s32 i = 0; i < *numCameras; i++) {
-        if (cameras[i]->sensor != NULL) osal_expandpath(cameras[i]->sensor->sensorFileName, 255);
+        if (cameras[i]->sensor != nullptr) osal_expandpath(cameras[i]->sensor->sensorFileName, 255);
     }
     ci_EnterThread();
     return CI_CAMERA_SUCCESS;

@@ -268,7 +268,7 @@ typedef struct _common_context_t {
 } _common_context_t;
 
 static inline _common_context_t* _ctx(const ci_camera_t* camera) {
-    return camera ? (_common_context_t*)camera->context : NULL;
+    return camera ? (_common_context_t*)camera->context : nullptr;
 }
 
 // ---------------------------------------------------------------------------

@@ -13,7 +13,7 @@
 
 ci_u32 gTlsContext = OSAL_TLS_UNASSIGNED;
 
-static const _tl_context_t tlContextDefault = {NULL, 8, 16, 1};
+static const _tl_context_t tlContextDefault = {nullptr, 8, 16, 1};
 
 _tl_context_t* _thread_table(void) {
     return (_tl_context_t*)osal_get_thread_local(gTlsContext);
@@ -30,14 +30,14 @@ void ci_EnterThread(void) {
     if (!_any_camera_open()) return;
     _tl_context_t* table = (_tl_context_t*)osal_alloc_thread_local(&gTlsContext, CI_MAX_THREAD_CAMERAS,
                                                                     sizeof(_tl_context_t), &tlContextDefault);
-    if (table == NULL) return;  // the thread keeps using the contexts' own views
+    if (table == nullptr) return;  // the thread keeps using the contexts' own views
     ci_s32 slot = 0;
     for (ci_s32 row = 0; row < CI_NUM_TRANSPORTS; row++) {
         const _transport_t* transport = &gTransports[row];
         if (_is_file_transport(transport->transport_type)) continue;
         for (ci_s32 i = 0; i < transport->num_open_cameras && slot < CI_MAX_THREAD_CAMERAS; i++, slot++) {
             ci_camera_t* camera = transport->open_cameras[i];
-            if (table[slot].pCamera == camera || _ctx(camera) == NULL) continue;
+            if (table[slot].pCamera == camera || _ctx(camera) == nullptr) continue;
             _copy_default_view(_ctx(camera), &table[slot]);
             table[slot].pCamera = camera;
         }
@@ -51,13 +51,13 @@ void ci_ExitThread(void) {
 
 _tl_context_t* _thread_local_context(ci_camera_t* camera) {
     _common_context_t* ctx = _ctx(camera);
-    assert(ctx != NULL);
+    assert(ctx != nullptr);
     _tl_context_t* table = _thread_table();
-    if (table == NULL && gTlsContext < OSAL_TLS_UNASSIGNED) {
+    if (table == nullptr && gTlsContext < OSAL_TLS_UNASSIGNED) {
         ci_EnterThread();
         table = _thread_table();
     }
-    if (table != NULL) {
+    if (table != nullptr) {
         for (ci_s32 slot = 0; slot < CI_MAX_THREAD_CAMERAS; slot++) {
             if (table[slot].pCamera == camera) return &table[slot];
         }
@@ -67,7 +67,7 @@ _tl_context_t* _thread_local_context(ci_camera_t* camera) {
 
 ci_s32 _threadCacheUse(ci_camera_t* camera) {
     _tl_context_t* view = _thread_local_context(camera);
-    return view != NULL ? __atomic_load_n(&view->use_reg_cache, __ATOMIC_RELAXED) : 0;
+    return view != nullptr ? __atomic_load_n(&view->use_reg_cache, __ATOMIC_RELAXED) : 0;
 }
 
 ci_s32* _tl_setting(_tl_context_t* view, _tl_setting_t setting) {

@@ -9,9 +9,9 @@
 // Calls the transport operation held in the camera's Slot member.
 template <auto Slot, typename... Args>
 static ci_error_code _call_slot(ci_camera_t* camera, Args... args) {
-    assert(camera != NULL);
+    assert(camera != nullptr);
     auto operation = camera->*Slot;
-    return operation != NULL ? operation(camera, args...) : CI_CAMERA_NOT_SUPPORTED;
+    return operation != nullptr ? operation(camera, args...) : CI_CAMERA_NOT_SUPPORTED;
 }
 
 // Calls the locking routine when the transport installed the unlocked Hook
@@ -19,7 +19,7 @@ static ci_error_code _call_slot(ci_camera_t* camera, Args... args) {
 template <auto Hook, typename Fn, typename... Args>
 static ci_error_code _call_hooked(ci_camera_t* camera, Fn routine, Args... args) {
     const _common_context_t* ctx = _ctx(camera);
-    if (ctx == NULL || ctx->*Hook == NULL) return CI_CAMERA_NOT_SUPPORTED;
+    if (ctx == nullptr || ctx->*Hook == nullptr) return CI_CAMERA_NOT_SUPPORTED;
     return routine(camera, args...);
 }
 
@@ -100,16 +100,16 @@ ci_error_code ci_sendCommand(ci_camera_t* camera, ci_u32 command, ci_u32 paramSi
 }
 
 ci_error_code ci_setMode(ci_camera_t* camera, ci_modes mode, ci_u32 val) {
-    assert(camera != NULL);
-    return camera->setMode != NULL ? camera->setMode(camera, mode, val) : _SetMode(camera, mode, val);
+    assert(camera != nullptr);
+    return camera->setMode != nullptr ? camera->setMode(camera, mode, val) : _SetMode(camera, mode, val);
 }
 
 ci_error_code ci_getMode(ci_camera_t* camera, ci_modes mode, ci_u32* val) {
-    assert(camera != NULL);
-    return camera->getMode != NULL ? camera->getMode(camera, mode, val) : _GetMode(camera, mode, val);
+    assert(camera != nullptr);
+    return camera->getMode != nullptr ? camera->getMode(camera, mode, val) : _GetMode(camera, mode, val);
 }
 
 const char* ci_GetDriverInfoString(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
-    return ctx != NULL ? ctx->driverInfo : "";
+    return ctx != nullptr ? ctx->driverInfo : "";
 }

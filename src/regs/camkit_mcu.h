@@ -40,7 +40,7 @@ struct McuPort {
     ci_s32 style;
     ci_addr_type type;          // CI_MCU_ADDR or CI_SFR_ADDR
     ci_u32 space;               // driver (variables) or space (SFRs)
-    ci_reg_data_t* ctl;         // "ACCESS_CTL_STAT" (SFRs in styles 44, 54), else NULL
+    ci_reg_data_t* ctl;         // "ACCESS_CTL_STAT" (SFRs in styles 44, 54), else nullptr
     ci_reg_data_t* addr;        // address register
     ci_reg_data_t* data;        // data register
     const char* byteField;      // byte-access bitfield of the address register

@@ -26,7 +26,7 @@ struct PortNames {
     const char* byteField;
 };
 
-// Register names by style and target kind; NULL ctl means no control write.
+// Register names by style and target kind; nullptr ctl means no control write.
 bool portNames(ci_s32 style, ci_addr_type type, PortNames* names) {
     const bool sfr = type == CI_SFR_ADDR;
     switch (style) {

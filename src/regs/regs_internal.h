@@ -49,7 +49,7 @@ ci_u32 _regIndexMarkers(const ci_sensor_t* sensor);
 // to be held (or the camera to be in set-up).
 // ---------------------------------------------------------------------------
 
-// Cache entry array and its length for a camera, or NULL/0 without a cache.
+// Cache entry array and its length for a camera, or nullptr/0 without a cache.
 _regCache* _regCacheEntries(ci_camera_t* camera, ci_s32* count);
 
 // Index of a record inside its camera's sensor description, or -1 when the

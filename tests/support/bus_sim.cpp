@@ -63,7 +63,7 @@ ci_error_code simWriteRegisters(ci_camera_t* camera, ci_u32 base, ci_u32 start, 
 ci_error_code simSensorRun(ci_camera_t* camera, bool write, ci_u32 space, ci_u32 start, ci_u32 count,
                            ci_u32* values) {
     const ci_sensor_t* sensor = camera->sensor;
-    if (sensor == NULL) return CI_SENSOR_NOT_INITIALIZED;
+    if (sensor == nullptr) return CI_SENSOR_NOT_INITIALIZED;
     _tl_context_t* view = _thread_local_context(camera);
     const _tl_context_t saved = *view;
     view->reg_addr_size = (ci_s32)sensor->reg_addr_size;
@@ -126,7 +126,7 @@ BusDevice& BusSim::addSensorFromFile(const std::string& sensorFile, ci_u32 base)
     const ci_u32 wordBits = sensor.reg_data_size;
     for (ci_s32 i = 0; i < sensor.num_regs; i++) {
         const ci_reg_data_t& reg = sensor.regs[i];
-        if (reg.addr_space != NULL && reg.addr_space->type != CI_REG_ADDR) continue;
+        if (reg.addr_space != nullptr && reg.addr_space->type != CI_REG_ADDR) continue;
         const ci_u32 span = std::max<ci_u32>(reg.addr_span, 1);
         for (ci_u32 k = 0; k < span; k++) {
             const ci_u32 shift = (span - 1 - k) * wordBits;

@@ -26,7 +26,7 @@ public:
     ci_sensor_t* sensor() const { return camera_->sensor; }
     // Parses into the camera's own sensor record.
     ci_error_code parse(const std::string& path) const;
-    // A register of the parsed sensor by name, or NULL.
+    // A register of the parsed sensor by name, or nullptr.
     ci_reg_data_t* reg(const char* name) const;
 
 private:
