@@ -7,4 +7,9 @@ function(camkit_warnings target)
   if(CAMKIT_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
+  # GCC 12 at -O3 reports a false -Wrestrict inside libstdc++'s std::string
+  # concatenation (GCC bug 105651).
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(${target} PRIVATE -Wno-restrict)
+  endif()
 endfunction()
