@@ -9,14 +9,15 @@ namespace {
 
 // ---------------------------------------------------------------- errors
 
-py::object gErrorType;
+py::object gErrorFor;  // camkit._errors._error_for: the class of a code
 
 [[noreturn]] void raise_error(ci_error_code code, const std::string& detail) {
-    py::object error = gErrorType(detail.empty() ? std::string(ci_getErrorMessage(code)) : detail);
+    py::object type = gErrorFor((int)code);
+    py::object error = type(detail.empty() ? std::string(ci_getErrorMessage(code)) : detail);
     error.attr("symbol") = ci_getErrorSymbol(code);
     error.attr("code") = (int)code;
     error.attr("message") = ci_getErrorMessage(code);
-    PyErr_SetObject(gErrorType.ptr(), error.ptr());
+    PyErr_SetObject(type.ptr(), error.ptr());
     throw py::error_already_set();
 }
 
@@ -382,7 +383,7 @@ py::dict sensor_info(const Camera& camera) {
 PYBIND11_MODULE(_camkit, m) {
     using namespace camkit_py;
     m.doc() = "camkit: cameras, sensor registers and frames";
-    gErrorType = py::module_::import("camkit._errors").attr("Error");
+    gErrorFor = py::module_::import("camkit._errors").attr("_error_for");
 
     py::class_<CameraSet, std::shared_ptr<CameraSet>>(m, "CameraSet")
         .def("__len__", [](const CameraSet& s) { return s.open ? s.cameras.size() : 0; })
@@ -414,6 +415,8 @@ PYBIND11_MODULE(_camkit, m) {
         .def_property_readonly("mode", [](const Camera& c) { c.get(); return Modes(c); })
         .def_property_readonly("transport", [](const Camera& c) { return std::string(c.get()->transportName); })
         .def_property_readonly("product", [](const Camera& c) { return std::string(c.get()->productName); })
+        .def_property_readonly("_address", [](const Camera& c) { return reinterpret_cast<std::uintptr_t>(c.get()); },
+                               "The camera record's address, for calling the C interface (ctypes) directly.")
         .def("start", [](const Camera& c) { check(ci_startTransport(c.get()), "starting the transport"); })
         .def("stop", [](const Camera& c) { check(ci_stopTransport(c.get()), "stopping the transport"); })
         .def("grab", &grab, "Grabs a frame into a new NumPy array shaped by the image type.")

@@ -9,11 +9,12 @@
         frame = cam.grab()          # a NumPy array: height x width for Bayer
 """
 
-from ._errors import Error
+from ._errors import BusError, CameraTimeout, Error, GrabError, NotSupportedError, PresetError, SensorError
 from ._camkit import Camera, CameraSet, Modes, Registers, close_log, set_log, version
 from . import _camkit
 
-__all__ = ["Error", "Camera", "CameraSet", "Modes", "Registers", "open", "set_log", "close_log", "version"]
+__all__ = ["Error", "GrabError", "SensorError", "BusError", "CameraTimeout", "NotSupportedError", "PresetError",
+           "Camera", "CameraSet", "Modes", "Registers", "open", "set_log", "close_log", "version"]
 
 
 class _Opened:

@@ -72,6 +72,17 @@ def test_a_closed_camera_raises_instead_of_crashing():
         cams[0]
 
 
+def test_errors_have_a_class_by_kind(simcam):
+    with pytest.raises(camkit.GrabError) as err:  # not started: the simulated camera refuses
+        simcam.grab()
+    assert err.value.symbol and err.value.code == 3
+    kinds = {12: camkit.BusError, 14: camkit.CameraTimeout, 16: camkit.NotSupportedError, 8: camkit.SensorError,
+             258: camkit.PresetError, 1: camkit.Error}
+    for code, kind in kinds.items():
+        assert camkit._errors._error_for(code) is kind
+        assert issubclass(kind, camkit.Error)
+
+
 def test_no_camera_raises_with_the_symbol():
     with pytest.raises(camkit.Error) as err:
         camkit.open(transports=0)
