@@ -728,6 +728,48 @@ CI_API void ci_InvalidateRegCacheRegName(ci_camera_t* camera, const char* regNam
 CI_API void ci_InvalidateRegCache(ci_camera_t* camera);
 CI_API void ci_SetVolatileRegStr(ci_camera_t* camera, const char* regName);
 
+/* ------------------------------------------------------------------------ */
+/* Presets and PROM calibration                                             */
+/* ------------------------------------------------------------------------ */
+
+/* A preset line a transport or the application may handle: (camera, key,
+ * value) -> CI_INI_HANDLED_SUCCESS or CI_INI_HANDLED_ERROR when it took the
+ * line, anything else (CI_INI_NOT_HANDLED) to leave it to the library. */
+typedef ci_error_code (*ci_ini_command_fn)(ci_camera_t* camera, const char* key, const char* value);
+
+/* Runs the preset (INI section) presetName of iniFileName; a null or empty
+ * file name means the camera's default preset file, a null or empty preset
+ * name "Kite Initialization".  CI_INI_SUCCESS unless the preset cannot be
+ * found or nests too deep; the outcome of each line goes to the error log. */
+CI_API ci_error_code ci_LoadINIPreset(ci_camera_t* camera, const char* iniFileName, const char* presetName);
+/* The default preset file of the camera's sensor, into buffer. */
+CI_API ci_error_code ci_DefaultIniFile(ci_camera_t* camera, char* buffer, ci_s32 bufferLen);
+/* The application's preset command handler (null removes it). */
+CI_API ci_error_code ci_SetIniCommandHandler(ci_camera_t* camera, ci_ini_command_fn handler);
+
+/* What became of one preset line, as reported to a line observer. */
+typedef enum ci_ini_outcome {
+    CI_INI_LINE_DONE = 0,           /* executed (result CI_INI_SUCCESS or a handler's success) */
+    CI_INI_LINE_FAILED = 1,         /* executed and failed: result and message say why */
+    CI_INI_LINE_SKIPPED = 2,        /* not executed (no value, or after ERROR_IF stopped the section) */
+    CI_INI_LINE_NOT_SUPPORTED = 3,  /* a keyword the library does not execute */
+    _CI_INI_OUTCOME_32BIT = 0x7FFFFFFF
+} ci_ini_outcome;
+/* Called after each line of every section a preset runs (nested ones
+ * included, depth 0 for the outer one). */
+typedef void (*ci_ini_line_fn)(void* user, ci_camera_t* camera, const char* section, ci_s32 depth,
+                               const char* line, ci_ini_outcome outcome, ci_error_code result,
+                               const char* message);
+/* Sets the line observer of the calling thread (null removes it). */
+CI_API void ci_SetIniLineObserver(ci_ini_line_fn observer, void* user);
+
+/* Calibration records of the serial PROM at bus address promAddr; a null
+ * label takes the first record of the kind. */
+CI_API ci_error_code ci_LoadPromLensCalibration(ci_camera_t* camera, ci_u32 promAddr, const char* label);
+CI_API ci_error_code ci_LoadPromColorCorrection(ci_camera_t* camera, ci_u32 promAddr, const char* label);
+CI_API ci_error_code ci_LoadPromScratchpad(ci_camera_t* camera, ci_u32 promAddr, const char* label,
+                                           ci_u32 destinationTag);
+
 #ifdef __cplusplus
 }
 #endif

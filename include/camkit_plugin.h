@@ -65,10 +65,7 @@ typedef ci_error_code (*ci_enable_device_notification_fn)(ci_camera_t* camera, i
 typedef ci_error_code (*ci_disable_device_notification_fn)(ci_camera_t* camera);
 typedef ci_error_code (*ci_match_dev_change_msg_fn)(ci_camera_t* camera, ci_u32 message, void* data);
 typedef const char* (*ci_get_device_name_fn)(ci_camera_t* camera);
-/* A preset line the plugin may handle: (camera, key, value) -> one of
- * CI_INI_SUCCESS, CI_INI_KEY_NOT_SUPPORTED (not ours: the library goes on),
- * CI_INI_HANDLED_SUCCESS, CI_INI_HANDLED_ERROR. */
-typedef ci_error_code (*ci_ini_command_fn)(ci_camera_t* camera, const char* key, const char* value);
+/* A plugin's preset command handler is a ci_ini_command_fn (camkit.h). */
 
 /* The helper table, handed to "SetHelpersDLL" before the first open. */
 typedef struct ci_transport_helpers_t {

@@ -95,6 +95,11 @@ size_t remove_sec_whitespace(char* line);
 size_t osal_getsection(const char* section, char* buffer, size_t size, const char* fileName);
 size_t osal_getprivateprofilestring(const char* section, const char* key, const char* defaultValue, char* out,
                                     size_t string_max, const char* fileName);
+// Reads a whole INI file in one pass: visit(user, name, NULL) at each
+// section header, visit(user, NULL, line) for each line of a section, cleaned
+// as osal_getsection cleans it.  Returns 0 when the file cannot be read.
+typedef void (*osal_section_visitor)(void* user, const char* section, const char* line);
+int osal_scan_sections(const char* fileName, osal_section_visitor visit, void* user);
 // Trim leading and trailing blanks (space, tab, CR, LF) in place.
 char* osal_trim(char* text);
 

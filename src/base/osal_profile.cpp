@@ -98,3 +98,24 @@ size_t osal_getprivateprofilestring(const char* section, const char* key, const 
     free(entries);
     return strlen(out);
 }
+
+int osal_scan_sections(const char* fileName, osal_section_visitor visit, void* user) {
+    if (!fileName || !visit) return 0;
+    FILE* file = fopen(fileName, "r");
+    if (!file) return 0;
+    char* line = static_cast<char*>(malloc(kMaxLine + 1));
+    bool inSection = false;
+    while (line && read_line(file, line)) {
+        const char* name = header_name(osal_trim(line));
+        if (name) {
+            visit(user, name, nullptr);
+            inSection = true;
+        } else if (inSection && remove_sec_whitespace(line) > 0) {
+            visit(user, nullptr, line);
+        }
+    }
+    const int ok = line != nullptr;
+    free(line);
+    fclose(file);
+    return ok;
+}

@@ -53,6 +53,8 @@ public:
 
     void set(ci_u32 addr, ci_u32 value, ci_u32 space = 0) { regs_[Key{ship(), space, addr}] = value; }
     ci_u32 get(ci_u32 addr, ci_u32 space = 0) const;
+    // Contents of another device on the bus (raw accesses at base).
+    void setAt(ci_u32 base, ci_u32 addr, ci_u32 value) { regs_[Key{base, 0, addr}] = value; }
 
     // The next `times` calls (-1: for ever), or those starting at addr, answer code.
     void failNext(ci_error_code code, int times) { failures_.push_back(Failure{true, 0, code, times}); }

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -29,6 +30,7 @@ std::string ScratchDir::file(const std::string& name) const { return path_ + "/"
 
 std::string ScratchDir::write(const std::string& name, const std::string& content) const {
     std::string full = file(name);
+    std::filesystem::create_directories(std::filesystem::path(full).parent_path());
     std::ofstream out(full, std::ios::binary | std::ios::trunc);
     out << content;
     return full;

@@ -13,7 +13,8 @@ public:
     const std::string& path() const { return path_; }
     // Absolute path of an entry of the directory.
     std::string file(const std::string& name) const;
-    // Creates (or replaces) an entry with the given content; returns its path.
+    // Creates (or replaces) an entry with the given content, and the
+    // directories on its way; returns its path.
     std::string write(const std::string& name, const std::string& content) const;
 
 private:
