@@ -89,6 +89,29 @@ const std::vector<CommandSpec>& all_commands() {
          "the registers that differ and a count; exits 0 when none differ, 1 when\n"
          "some do or a value could not be read.\n",
          true, run_diff},
+        {"preset", "preset [--file INI] NAME", "run a preset and show what each line did",
+         "Runs the preset (INI section) NAME of INI, by default the sensor's preset\n"
+         "file (beside its sensor data file, or in the apps_data directory next to\n"
+         "it), and prints each line with its outcome: ok, error (with the error's\n"
+         "symbol and message), skipped or not supported; lines of nested presets\n"
+         "are indented under their section.  A preset stored as 'Hidden: NAME' is\n"
+         "found by NAME.  Exits 0 when every line succeeded, 1 otherwise.\n"
+         "docs/PRESETS.md describes the preset language.\n"
+         "\n"
+         "  --file INI   the preset file\n",
+         true, run_preset},
+        {"presets", "presets [--file INI]", "list the presets of a preset file",
+         "Prints the presets (sections) of INI, by default the sensor's preset file,\n"
+         "in file order; presets the applications hide ('Hidden: NAME') are marked.\n"
+         "\n"
+         "  --file INI   the preset file\n",
+         true, run_presets},
+        {"save-regs", "save-regs FILE", "save the read-write registers as a preset",
+         "Reads every read-write register of the sensor description and writes them\n"
+         "to FILE as the preset [Saved Registers SENSOR], one 'FIELD_WR= NAME, 0xVALUE'\n"
+         "line each; 'camkit preset --file FILE \"Saved Registers SENSOR\"' writes them\n"
+         "back.  An existing FILE is not overwritten.\n",
+         true, run_save_regs},
         {"names", "names [PREFIX]", "register and bitfield names, for scripts and completion",
          "Prints the names of the registers of the sensor description that start\n"
          "with PREFIX (case ignored), one a line; once PREFIX holds a register's\n"

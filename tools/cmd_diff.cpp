@@ -13,6 +13,7 @@
 
 #include "cli_args.h"
 #include "cli_commands.h"
+#include "cli_ini.h"
 #include "cli_report.h"
 #include "cli_table.h"
 #include "cli_target.h"
@@ -28,62 +29,9 @@ struct Expectation {
     ci_u32 value;
 };
 
-std::string trimmed(const std::string& text) {
-    size_t a = 0, b = text.size();
-    while (a < b && std::isspace((unsigned char)text[a])) a++;
-    while (b > a && std::isspace((unsigned char)text[b - 1])) b--;
-    return text.substr(a, b - a);
-}
-
-std::vector<std::string> operands(const std::string& text) {
-    std::vector<std::string> out;
-    std::stringstream in(text);
-    for (std::string item; std::getline(in, item, ',');) out.push_back(trimmed(item));
-    return out;
-}
-
-// The sections of an INI file: name (upper case) -> "KEY=VALUE" lines.
-using Sections = std::map<std::string, std::vector<std::pair<std::string, std::string>>>;
-
-std::string upper(std::string s) {
-    for (char& c : s) c = (char)std::toupper((unsigned char)c);
-    return s;
-}
-
-bool read_sections(const std::string& path, Sections& sections) {
-    std::ifstream in(path);
-    if (!in) return false;
-    std::string line, current;
-    while (std::getline(in, line)) {
-        for (const char* comment : {";", "//"}) {
-            const size_t at = line.find(comment);
-            if (at != std::string::npos) line.resize(at);
-        }
-        line = trimmed(line);
-        if (!line.empty() && line[0] == '[' && line.find(']') != std::string::npos) {
-            current = upper(trimmed(line.substr(1, line.find(']') - 1)));
-            sections[current];
-            continue;
-        }
-        const size_t eq = line.find('=');
-        if (!current.empty() && eq != std::string::npos) {
-            sections[current].emplace_back(upper(trimmed(line.substr(0, eq))), trimmed(line.substr(eq + 1)));
-        }
-    }
-    return true;
-}
-
-const std::vector<std::pair<std::string, std::string>>* find_section(const Sections& sections, const std::string& name) {
-    for (const char* prefix : {"", "HIDDEN:", "HIDDEN: "}) {
-        auto it = sections.find(std::string(prefix) + upper(name));
-        if (it != sections.end()) return &it->second;
-    }
-    return nullptr;
-}
-
 struct PresetWalk {
     ci_camera_t* camera;
-    const Sections& sections;
+    const IniFile& sections;
     ci_u32 space = 0;
     std::vector<Expectation> expected;
     std::string error;
@@ -159,8 +107,8 @@ bool preset_expectations(ci_camera_t* camera, const std::string& spec, std::vect
         error = "names FILE.ini:SECTION";
         return false;
     }
-    Sections sections;
-    if (!read_sections(spec.substr(0, colon), sections)) {
+    IniFile sections;
+    if (!read_ini(spec.substr(0, colon), sections)) {
         error = "cannot read " + spec.substr(0, colon);
         return false;
     }
