@@ -62,7 +62,9 @@ bool runLine(PresetRun& run, char* line) {
         }
         if (rc == 1) rc = CI_INI_SUCCESS;
     }
-    _reportLine(run, outcomeOf(rc, run), rc);
+    // A register failure inside a command that went on is what the line reports.
+    const bool wentOn = rc == CI_INI_SUCCESS || rc == CI_CAMERA_SUCCESS;
+    _reportLine(run, outcomeOf(rc, run), wentOn && run.firstFailure != CI_CAMERA_SUCCESS ? run.firstFailure : rc);
     return true;
 }
 
