@@ -37,8 +37,9 @@ ci_error_code notSupported(PresetRun& run) {
 bool runLine(PresetRun& run, char* line) {
     char* eq = strchr(line, '=');
     if (!eq) return true;
-    std::string key = _trimmed(std::string(line, (size_t)(eq - line)));
-    std::string value = _trimmed(std::string(eq + 1));
+    // Section lines come cleaned: no blanks in the key, none around the value.
+    const std::string key(line, (size_t)(eq - line));
+    const std::string value(eq + 1);
     run.line = line;
     run.firstFailure = CI_CAMERA_SUCCESS;
     _setLastIniMessage("");

@@ -31,9 +31,10 @@ struct FileStamp {
 
 struct IniFile {
     FileStamp stamp;
-    // Upper-cased section name to its cleaned lines; the first section of a
-    // name wins, as a scan from the top of the file finds it.
-    std::map<std::string, std::vector<std::string>> sections;
+    // Upper-cased section name to its cleaned lines, each ended by a NUL;
+    // the first section of a name wins, as a scan from the top of the file
+    // finds it.
+    std::map<std::string, std::string> sections;
 };
 
 std::string upper(const std::string& text) {
@@ -53,18 +54,18 @@ bool stampOf(const std::string& path, FileStamp* stamp) {
 
 struct ParseState {
     IniFile* file;
-    std::vector<std::string>* current;
+    std::string* current;
 };
 
 void visitLine(void* user, const char* section, const char* line) {
     auto* state = static_cast<ParseState*>(user);
     if (section) {
-        auto inserted = state->file->sections.emplace(upper(section), std::vector<std::string>{});
+        auto inserted = state->file->sections.emplace(upper(section), std::string{});
         // A repeated header's lines are read and dropped: the first one wins.
         state->current = inserted.second ? &inserted.first->second : nullptr;
         return;
     }
-    if (state->current) state->current->emplace_back(line);
+    if (state->current) state->current->append(line, strlen(line) + 1);
 }
 
 std::atomic<ci_u64> g_reads{0};
@@ -100,29 +101,23 @@ IniFileCache& cache() {
     return instance;
 }
 
-// Copies the lines into a NUL-separated list ended by an extra NUL, in a
-// buffer that starts at 16384 bytes and doubles until the list fits.
-void fillBuffer(const std::vector<std::string>& lines, std::vector<char>& buffer) {
-    size_t needed = 1;
-    for (const std::string& l : lines) needed += l.size() + 1;
+// Copies the NUL-ended lines into a list ended by an extra NUL, in a buffer
+// that starts at 16384 bytes and doubles until the list fits.
+void fillBuffer(const std::string& lines, std::vector<char>& buffer) {
     size_t size = kFirstBuffer;
-    while (needed + 2 > size) size *= 2;
+    while (lines.size() + 3 > size) size *= 2;
     buffer.assign(size, '\0');
-    size_t used = 0;
-    for (const std::string& l : lines) {
-        memcpy(buffer.data() + used, l.c_str(), l.size() + 1);
-        used += l.size() + 1;
-    }
+    memcpy(buffer.data(), lines.data(), lines.size());
 }
 
 }  // namespace
 
-bool _iniFileSection(const std::string& file, const std::string& section, std::vector<std::string>& lines) {
+bool _iniFileSection(const std::string& file, const std::string& section, std::vector<char>& buffer) {
     std::shared_ptr<const IniFile> ini = cache().get(file);
     if (!ini) return false;
     auto it = ini->sections.find(upper(_trimmed(section)));
     if (it == ini->sections.end()) return false;
-    lines = it->second;
+    fillBuffer(it->second, buffer);
     return true;
 }
 
@@ -135,12 +130,8 @@ ci_error_code _getSensorIniSection(const std::string& file, const char* section,
     const std::string wanted = upper(name.substr(0, kMaxNameChars));
     static const char* const kPrefixes[] = {"", "Hidden:", "Hidden: "};
     const size_t tries = wanted.find("HIDDEN:") != std::string::npos ? 1 : 3;
-    std::vector<std::string> lines;
     for (size_t i = 0; i < tries; ++i) {
-        if (_iniFileSection(file, std::string(kPrefixes[i]) + name, lines)) {
-            fillBuffer(lines, buffer);
-            return CI_INI_SUCCESS;
-        }
+        if (_iniFileSection(file, std::string(kPrefixes[i]) + name, buffer)) return CI_INI_SUCCESS;
     }
     char message[CI_MAX_PATH + 300];
     snprintf(message, sizeof message, "Preset not found: %s (%s)", name.c_str(), file.c_str());

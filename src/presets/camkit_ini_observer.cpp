@@ -23,7 +23,11 @@ void ci_SetIniLineObserver(ci_ini_line_fn observer, void* user) {
 }
 
 void _setLastIniMessage(const char* message) {
-    snprintf(t_lastMessage, sizeof t_lastMessage, "%s", message ? message : "");
+    if (!message || !*message) {
+        t_lastMessage[0] = '\0';
+        return;
+    }
+    snprintf(t_lastMessage, sizeof t_lastMessage, "%s", message);
 }
 
 const char* _lastIniMessage(void) {

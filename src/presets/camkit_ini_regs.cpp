@@ -8,6 +8,7 @@ namespace {
 // Numbers of operands[first..] into out; false when one is not a number.
 bool numbers(const std::vector<std::string>& operands, size_t first, std::vector<ci_u32>* out) {
     out->clear();
+    out->reserve(operands.size());
     for (size_t i = first; i < operands.size(); ++i) {
         ci_u32 v;
         if (!_Str2Int(operands[i], &v)) return false;

@@ -47,31 +47,50 @@ ci_s32 _StringTokenize(const std::string& text, std::string& out, const char* de
 
 std::vector<std::string> _operands(const std::string& value) {
     std::vector<std::string> out;
-    bool quoted = false;
-    std::string token;
-    for (char c : value) {
-        if (c == '"') quoted = !quoted;
-        if (c == ',' && !quoted) {
-            out.push_back(_trimmed(token));
-            token.clear();
-            continue;
+    out.reserve(4);
+    const char* p = value.c_str();
+    const char* end = p + value.size();
+    for (;;) {
+        const char* start = p;
+        bool quoted = false;
+        while (p < end && (quoted || *p != ',')) {
+            if (*p == '"') quoted = !quoted;
+            ++p;
         }
-        token.push_back(c);
+        const char* b = start;
+        const char* e = p;
+        while (b < e && isBlank(*b)) ++b;
+        while (e > b && isBlank(e[-1])) --e;
+        out.emplace_back(b, (size_t)(e - b));
+        if (p >= end) return out;
+        ++p;  // the comma
     }
-    out.push_back(_trimmed(token));
-    return out;
 }
 
 bool _Str2Int(const std::string& text, ci_u32* value) {
-    const std::string t = _trimmed(text);
-    if (t.empty() || t[0] == '-' || t[0] == '+') return false;
-    const bool hex = t.size() > 2 && t[0] == '0' && (t[1] == 'x' || t[1] == 'X');
-    const char* digits = t.c_str() + (hex ? 2 : 0);
-    if (!*digits || isBlank(*digits)) return false;
-    errno = 0;
-    char* end = nullptr;
-    const unsigned long long v = strtoull(digits, &end, hex ? 16 : 10);
-    if (errno || *end || v > 0xFFFFFFFFull) return false;
+    const char* p = text.c_str();
+    const char* end = p + text.size();
+    while (p < end && isBlank(*p)) ++p;
+    while (end > p && isBlank(end[-1])) --end;
+    const bool hex = end - p > 2 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X');
+    if (hex) p += 2;
+    if (p == end) return false;
+    ci_u64 v = 0;
+    for (; p < end; ++p) {
+        const char c = *p;
+        ci_u32 digit;
+        if (c >= '0' && c <= '9') {
+            digit = (ci_u32)(c - '0');
+        } else if (hex && c >= 'a' && c <= 'f') {
+            digit = (ci_u32)(c - 'a' + 10);
+        } else if (hex && c >= 'A' && c <= 'F') {
+            digit = (ci_u32)(c - 'A' + 10);
+        } else {
+            return false;
+        }
+        v = v * (hex ? 16 : 10) + digit;
+        if (v > 0xFFFFFFFFull) return false;
+    }
     *value = (ci_u32)v;
     return true;
 }

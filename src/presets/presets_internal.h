@@ -76,11 +76,12 @@ PresetCommand _keyHandler(ciTKey key);
 ci_error_code _LoadSection(ci_camera_t* camera, const char* iniFileName, const char* sectionName, ci_s32 depth);
 
 // Sections of preset files, each file parsed once and kept until it changes
-// (camkit_ini_file).  Fills lines with the section's cleaned lines.
-bool _iniFileSection(const std::string& file, const std::string& section, std::vector<std::string>& lines);
-// The lookup with the "Hidden:" prefixes, into a NUL-separated buffer that
-// starts at 16384 bytes and doubles while the section fills it.  Returns
-// CI_INI_SUCCESS or logs and returns CI_INI_LOAD_ERROR.
+// (camkit_ini_file).  Fills buffer with the section's cleaned lines, each
+// ended by a NUL and the list by another, in a buffer that starts at 16384
+// bytes and doubles while the section fills it.
+bool _iniFileSection(const std::string& file, const std::string& section, std::vector<char>& buffer);
+// The lookup with the "Hidden:" prefixes; CI_INI_SUCCESS, or logs and
+// returns CI_INI_LOAD_ERROR.
 ci_error_code _getSensorIniSection(const std::string& file, const char* section, std::vector<char>& buffer);
 // How many times preset files were read from disk (for tests and benchmarks).
 ci_u64 _iniFileReads(void);
