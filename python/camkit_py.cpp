@@ -377,6 +377,58 @@ py::dict sensor_info(const Camera& camera) {
     return info;
 }
 
+// ---------------------------------------------------------------- presets
+
+struct PresetLine {
+    std::string section, line, outcome, error, message;
+    int depth;
+};
+
+const char* outcome_name(ci_ini_outcome outcome) {
+    switch (outcome) {
+        case CI_INI_LINE_DONE: return "ok";
+        case CI_INI_LINE_FAILED: return "error";
+        case CI_INI_LINE_SKIPPED: return "skipped";
+        default: return "not supported";
+    }
+}
+
+void collect_line(void* user, ci_camera_t*, const char* section, ci_s32 depth, const char* line,
+                  ci_ini_outcome outcome, ci_error_code result, const char* message) {
+    const bool failed = outcome == CI_INI_LINE_FAILED;
+    static_cast<std::vector<PresetLine>*>(user)->push_back(PresetLine{
+        section, line, outcome_name(outcome), failed ? ci_getErrorSymbol(result) : "", failed ? message : "",
+        (int)depth});
+}
+
+// Runs a preset with the GIL released (the observer only fills a vector) and
+// returns each line as a dict.
+py::list run_preset(const Camera& camera, const std::string& name, const py::object& file) {
+    ci_camera_t* c = camera.get();
+    const std::string path = file.is_none() ? std::string() : py::str(file).cast<std::string>();
+    std::vector<PresetLine> lines;
+    ci_error_code code;
+    {
+        py::gil_scoped_release release;
+        ci_SetIniLineObserver(collect_line, &lines);
+        code = ci_LoadINIPreset(c, path.empty() ? nullptr : path.c_str(), name.c_str());
+        ci_SetIniLineObserver(nullptr, nullptr);
+    }
+    if (code != CI_INI_SUCCESS) raise_error(code, "cannot run the preset '" + name + "'");
+    py::list out;
+    for (const PresetLine& l : lines) {
+        py::dict d;
+        d["section"] = l.section;
+        d["depth"] = l.depth;
+        d["line"] = l.line;
+        d["outcome"] = l.outcome;
+        d["error"] = l.error;
+        d["message"] = l.message;
+        out.append(d);
+    }
+    return out;
+}
+
 }  // namespace
 }  // namespace camkit_py
 
@@ -420,6 +472,9 @@ PYBIND11_MODULE(_camkit, m) {
         .def("start", [](const Camera& c) { check(ci_startTransport(c.get()), "starting the transport"); })
         .def("stop", [](const Camera& c) { check(ci_stopTransport(c.get()), "stopping the transport"); })
         .def("grab", &grab, "Grabs a frame into a new NumPy array shaped by the image type.")
+        .def("preset", &run_preset, py::arg("name"), py::arg("file") = py::none(),
+             "Runs a preset (of file, or of the sensor's default preset file) and returns each line as a dict:\n"
+             "section, depth, line, outcome ('ok', 'error', 'skipped', 'not supported'), error, message.")
         .def_property_readonly("frame_info", &frame_info, "Data of the last frame (None when the transport keeps none).");
 
     m.def("_open", &open_cameras, py::arg("transports"), py::arg("sensor_data"), py::arg("plugin"));

@@ -1,4 +1,4 @@
-from typing import Iterator, List, Sequence, Union
+from typing import Dict, Iterator, List, Optional, Sequence, Union
 
 import numpy
 

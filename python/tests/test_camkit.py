@@ -143,3 +143,24 @@ def test_grab_in_one_thread_while_another_reads_registers(simcam):
     thread.join()
     assert not errors
     assert [int(f[0, 0]) for f in frames] == [0, 1, 2, 3, 4]
+
+
+def test_preset_runs_and_reports_each_line(simcam, tmp_path):
+    ini = tmp_path / "p.ini"
+    ini.write_text("[Init]\nREG = 0x3012, 0x0123\nLOAD = Hidden: Gain\nSTATE = 1\nDELAY = 0\n"
+                   "[Hidden: Gain]\nFIELD_WR = GLOBAL_GAIN, ANALOG_GAIN, 3\n")
+    lines = simcam.preset("Init", file=ini)
+    assert [(l["depth"], l["outcome"]) for l in lines] == [
+        (0, "ok"), (1, "ok"), (0, "ok"), (0, "not supported"), (0, "error")]
+    assert lines[1]["section"] == "Hidden: Gain"
+    assert lines[4]["error"] == "INI_LOAD_ERROR" and "DELAY value out of range" in lines[4]["message"]
+    assert simcam.regs["COARSE_INTEGRATION_TIME"] == 0x123
+    assert simcam.regs["GLOBAL_GAIN.ANALOG_GAIN"] == 3
+    with pytest.raises(camkit.PresetError) as missing:
+        simcam.preset("No Such Preset", file=str(ini))
+    assert missing.value.symbol == "INI_LOAD_ERROR"
+
+
+def test_the_default_preset_file_is_the_sensors(simcam):
+    lines = simcam.preset("Kite Initialization")
+    assert lines and all(l["outcome"] != "error" for l in lines)
