@@ -82,6 +82,17 @@ TEST_F(CliPreset, TheSamplePresetsInitialiseTheSampleSensors) {
     }
 }
 
+TEST_F(CliPreset, SaveImageGrabsNumberedFrames) {
+    const std::string shot = cli.dir().file("shot.raw");
+    const std::string ini = cli.dir().write("p.ini", "[Shots]\nIMAGE = BAYER-8, 64, 48\nSAVE_IMAGE = " + shot + ", 2\n");
+    const ToolResult r = camkit({"preset", "--file", ini, "Shots"});
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    for (const char* name : {"shot0.raw", "shot1.raw"}) {
+        EXPECT_EQ(scratch_read_file(cli.dir().file(name)).size(), 64u * 48u) << name;
+    }
+    EXPECT_FALSE(scratch_file_exists(shot));
+}
+
 TEST_F(CliPreset, AMissingPresetOrFileIsAnError) {
     const std::string ini = cli.dir().write("p.ini", "[Init]\nREG=0x3012,1\n");
     ToolResult r = camkit({"preset", "--file", ini, "Nope"});

@@ -10,6 +10,7 @@
 #include "transport/transport_common.h"
 #include "recording_transport.h"
 #include "sensor_builder.h"
+#include "test_paths.h"
 
 namespace {
 
@@ -388,6 +389,27 @@ TEST_F(Presets, ImageSetsTheFormatAndSize) {
     EXPECT_EQ(cam.sensor()->width, 320u);
     EXPECT_EQ(cam.sensor()->height, 240u);
     EXPECT_EQ(cam.sensor()->bufferSize, 320u * 240u * 2u);
+}
+
+TEST(PresetFrames, ImageSizesTheFrameAndTheNullCameraCannotSaveOne) {
+    ScratchDir dir;
+    ci_camera_t* cams[2] = {};
+    ci_s32 n = 0;
+    const std::string sensor = std::string(ck_test_data_dir()) + "/sensor_data/ck_bayer16.sdat";
+    ASSERT_EQ(ci_OpenCameras2(cams, &n, sensor.c_str(), CI_TRANSPORT_NULL, ""), 0);
+    ASSERT_EQ(n, 1);
+    const std::string f = dir.write("p.ini", "[Shots]\nIMAGE = BAYER-8, 64, 48\nSAVE_IMAGE = " + dir.file("shot.raw") +
+                                                 "\n[Deep]\nIMAGE = BAYER-8+4\n");
+    LogCapture log;
+    ASSERT_EQ(ci_LoadINIPreset(cams[0], f.c_str(), "Shots"), CI_INI_SUCCESS);
+    EXPECT_EQ(cams[0]->sensor->imageType, CI_BAYER_8);
+    EXPECT_EQ(cams[0]->sensor->bufferSize, 64u * 48u);
+    EXPECT_FALSE(scratch_file_exists(dir.file("shot0.raw")));
+    EXPECT_NE(log.text().find("Failed to capture an image in SAVE_IMAGE command"), std::string::npos);
+    ASSERT_EQ(ci_LoadINIPreset(cams[0], f.c_str(), "Deep"), CI_INI_SUCCESS);
+    EXPECT_EQ(cams[0]->sensor->imageType, CI_BAYER_12);
+    EXPECT_EQ(cams[0]->sensor->bufferSize, 64u * 48u * 2u);
+    ci_CloseCameras2(cams, n);
 }
 
 TEST(PresetText, ConditionsAndNumbers) {

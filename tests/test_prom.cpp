@@ -177,4 +177,35 @@ TEST_F(Prom, PresetsLoadPromRecords) {
     EXPECT_NE(log.text().find("PROM record not found"), std::string::npos);
 }
 
+// Sensors that carry the PROM on their far bus: the PROM is read as far
+// registers of two bytes, which reach the transport as far-bus system
+// register reads of two 8-bit words at the PROM's bus address.
+PromImage::Bytes g_farProm;
+std::vector<std::pair<ci_u32, ci_u32>> g_farReads;  // address, words
+
+ci_error_code farPromRead(ci_camera_t*, ci_addr_type type, ci_u32 space, ci_u32 addr, ci_u32 dataSize, ci_u32 n,
+                          ci_u32* vals) {
+    if (type != CI_FAR1_REG_ADDR || space != kProm || dataSize != 8) return CI_I2C_NACK_ERROR;
+    g_farReads.emplace_back(addr, n);
+    for (ci_u32 i = 0; i < n; ++i) vals[i] = addr + i < g_farProm.size() ? g_farProm[addr + i] : 0xFF;
+    return CI_CAMERA_SUCCESS;
+}
+
+TEST(PromFarBus, IsReadTwoBytesAtATimeAsFarRegisters) {
+    BusSim bus;
+    TestCamera cam{promSensor().model(71)};
+    bus.addDevice(0x20, 16, 16);
+    bus.attach(cam);
+    cam.context()->readSystemRegistersNolock = farPromRead;
+    PromImage p;
+    p.settings(8, "ODD", {PromImage::regEntries({{0x305E, 0x0042}})});  // a record of odd length
+    g_farProm = p.bytes();
+    ASSERT_EQ(ci_LoadPromLensCalibration(cam, kProm, "odd"), CI_INI_SUCCESS);
+    EXPECT_EQ(bus.device(0x20)->read(0x305E), 0x42u);
+    ASSERT_FALSE(g_farReads.empty());
+    EXPECT_EQ(g_farReads[0], (std::pair<ci_u32, ci_u32>{0, 2}));  // the magic, two bytes at a time
+    EXPECT_EQ(g_farReads[2], (std::pair<ci_u32, ci_u32>{4, 1}));  // its fifth byte alone
+    EXPECT_EQ(bus.transactionsAt(kProm), 0);                       // nothing on the camera's own bus
+}
+
 }  // namespace

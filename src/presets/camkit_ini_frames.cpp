@@ -10,8 +10,10 @@
 
 namespace {
 
-// Image-format keywords: the image type, and for the forms that name how
-// pixels cross the bus, the bits per clock and clocks per pixel (0: as now).
+// Image-format keywords: the image type, and how pixels cross the bus, the
+// bits per clock and clocks per pixel (0: as now).  The Bayer depths set the
+// bits per clock; the HDR forms and the stereo form also follow the camera's
+// HiDy mode and bus width, as every Bayer type does.
 struct ImageKeyword {
     const char* text;
     ci_image_types type;
@@ -20,18 +22,18 @@ struct ImageKeyword {
 };
 
 constexpr ImageKeyword kImageKeywords[] = {
-    {"BAYER-6", CI_BAYER_6, 0, 0},
-    {"BAYER-8", CI_BAYER_8, 0, 0},
-    {"BAYER-10", CI_BAYER_10, 0, 0},
+    {"BAYER-6", CI_BAYER_6, 6, 1},
+    {"BAYER-8", CI_BAYER_8, 8, 1},
+    {"BAYER-10", CI_BAYER_10, 10, 1},
     {"BAYER-8+2", CI_BAYER_10, 8, 2},
-    {"BAYER-10IHDR", CI_BAYER_10_IHDR, 0, 0},
-    {"BAYER-12", CI_BAYER_12, 0, 0},
-    {"BAYER-12HDR", CI_BAYER_12_HDR, 0, 0},
+    {"BAYER-10IHDR", CI_BAYER_10_IHDR, 10, 1},
+    {"BAYER-12", CI_BAYER_12, 12, 1},
+    {"BAYER-12HDR", CI_BAYER_12_HDR, 12, 1},
     {"BAYER-8+4", CI_BAYER_12, 8, 2},
-    {"BAYER-14", CI_BAYER_14, 0, 0},
-    {"BAYER-14HDR", CI_BAYER_14_HDR, 0, 0},
+    {"BAYER-14", CI_BAYER_14, 14, 1},
+    {"BAYER-14HDR", CI_BAYER_14_HDR, 14, 1},
     {"BAYER-16", CI_BAYER_16, 16, 1},
-    {"BAYER-20", CI_BAYER_20, 0, 0},
+    {"BAYER-20", CI_BAYER_20, 20, 1},
     {"BAYER-16+4", CI_BAYER_20, 16, 2},
     {"BAYER-STEREO", CI_BAYER_STEREO, 16, 1},
     {"YCBCR", CI_YCBCR, 0, 0},
@@ -94,8 +96,9 @@ ci_error_code _CmdImage(PresetRun& run, ciTKey, const std::string& value) {
     return CI_INI_SUCCESS;
 }
 
-// SAVE_IMAGE = file name[, frames]: each frame grabbed goes to the next free
-// numbered name (capture.raw: capture0.raw, capture1.raw ...), as raw bytes.
+// SAVE_IMAGE = file name[, frames]: starts the transport, and each frame
+// grabbed goes to the next free numbered name (capture.raw: capture0.raw,
+// capture1.raw ...), as raw bytes.
 ci_error_code _CmdSaveImage(PresetRun& run, ciTKey, const std::string& value) {
     const std::vector<std::string> ops = _operands(value);
     ci_u32 frames = 1;
@@ -110,6 +113,8 @@ ci_error_code _CmdSaveImage(PresetRun& run, ciTKey, const std::string& value) {
     } catch (...) {
         return ci_ini_error("Couldn't allocate memory for SAVE_IMAGE", run.line);
     }
+    // Frames come from a running transport: start it (it stays running).
+    if (size) ci_startTransport(run.camera);
     for (ci_u32 i = 0; i < frames; ++i) {
         if (!size || ci_grabFrame(run.camera, buffer.data(), size) != CI_CAMERA_SUCCESS) {
             return ci_ini_error("Failed to capture an image in SAVE_IMAGE command", run.line);
