@@ -7,25 +7,33 @@
 
 namespace {
 
+// ASCII case folding as a table: no locale lookup per byte.
+struct FoldTable {
+    unsigned char lower[256];
+    constexpr FoldTable() : lower() {
+        for (int c = 0; c < 256; ++c) lower[c] = (unsigned char)(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
+    }
+};
+constexpr FoldTable kFold;
+
 // Compares at most n bytes.  Equal bytes go on; unequal bytes are compared
 // lower-cased.  The result is the difference of the last bytes compared.
 int compare_nocase(const char* a, const char* b, size_t n) {
     if (a == b) return 0;
     if (!a) return -1;
     if (!b) return 1;
-    int ca = 0;
-    int cb = 0;
+    const unsigned char* pa = (const unsigned char*)a;
+    const unsigned char* pb = (const unsigned char*)b;
     for (size_t i = 0; i < n; ++i) {
-        ca = (unsigned char)a[i];
-        cb = (unsigned char)b[i];
+        const unsigned char ca = pa[i], cb = pb[i];
         if (ca != cb) {
-            ca = tolower(ca);
-            cb = tolower(cb);
-            if (ca != cb) break;
+            const int la = kFold.lower[ca], lb = kFold.lower[cb];
+            if (la != lb) return la - lb;
+        } else if (ca == 0) {
+            return 0;
         }
-        if (ca == 0) break;
     }
-    return ca - cb;
+    return 0;
 }
 
 }  // namespace

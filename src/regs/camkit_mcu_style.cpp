@@ -48,16 +48,25 @@ ci_s32 genericAddrStyle(const ci_sensor_t* sensor) {
 
 }  // namespace
 
-ci_s32 ci_McuDirectStyle(ci_camera_t* camera) {
-    if (!camera || !camera->sensor) return 0;
-    if (directAccessDisabled(camera)) return 0;
-    const ci_sensor_t* sensor = camera->sensor;
+namespace {
+
+// The direct style the sensor's model offers, before the camera's mode.
+ci_s32 modelDirectStyle(const ci_sensor_t* sensor) {
     const ci_u32 type = (ci_u32)sensor->sensorType;
     if (isGenericType(type)) return (_regIndexMarkers(sensor) & CK_MARK_VARIABLE_DATA0) ? 55 : 0;
     if (type == 54) return sensor->sensorVersion >= 2 ? 55 : 0;
     if (inList(type, kDirect55)) return 55;
     if (_advancedBaseType(type)) return 71;
     return 0;
+}
+
+}  // namespace
+
+// The camera's mode is asked only for sensors that offer direct access.
+ci_s32 ci_McuDirectStyle(ci_camera_t* camera) {
+    if (!camera || !camera->sensor) return 0;
+    const ci_s32 style = modelDirectStyle(camera->sensor);
+    return style != 0 && directAccessDisabled(camera) ? 0 : style;
 }
 
 ci_s32 ci_McuAddrStyle(ci_camera_t* camera) {
