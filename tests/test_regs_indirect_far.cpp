@@ -161,6 +161,55 @@ TEST_F(Far, TransportErrorsComeBackAndAreNotCached) {
     EXPECT_EQ(g_far.size(), calls);  // served by the cache
 }
 
+// The sensor's own bus master carries far transfers when the transport
+// cannot: address and data bytes packed into its transmit registers, the
+// start word, status polls, the reply from its receive registers.
+struct FarMaster : ::testing::Test {
+    TestCamera cam{SensorBuilder()
+                       .widths(16, 16)
+                       .selectors(0, 0)
+                       .space("CORE", 0)
+                       .space("FAR", 0, CI_FAR1_REG_ADDR, 0x90, 16, 8)
+                       .reg("I2C_MASTER_CONTROL", 0x100)
+                       .reg("I2C_MASTER_STATUS", 0x102)
+                       .reg("TXBUFFER_TOTAL_BYTE_COUNT", 0x104)
+                       .reg("TXBUFFER_DATA_REGISTER_0", 0x110)
+                       .reg("RXBUFFER_DATA_REGISTER_1", 0x120)
+                       .reg("FAR_WIDE", 0x0102, 0xFFFFFF).in("FAR").span(3)};
+    RecordingTransport bus{cam};
+    void SetUp() override { cam.context()->allow_far_access = 1; }
+};
+
+TEST_F(FarMaster, ReadAndWriteThroughTheMastersRegisters) {
+    bus.set(0x120, 0xAABB);
+    bus.set(0x122, 0xCC00);
+    ci_u32 v = 0;
+    ASSERT_EQ(ci_ReadSensorRegStr(cam, "FAR_WIDE", "", &v), 0);
+    EXPECT_EQ(v, 0xAABBCCu);
+    EXPECT_EQ(bus.get(0x110), 0x0102u);  // the far address, high byte first
+    EXPECT_EQ(bus.get(0x104), 2u);
+    EXPECT_EQ(bus.get(0x100), 0x9033u);  // base 0x90, three bytes back, read, start
+    ASSERT_EQ(ci_WriteSensorRegStr(cam, "FAR_WIDE", "", 0x123456), 0);
+    EXPECT_EQ(bus.get(0x110), 0x0102u);
+    EXPECT_EQ(bus.get(0x112), 0x1234u);
+    EXPECT_EQ(bus.get(0x114), 0x5600u);
+    EXPECT_EQ(bus.get(0x104), 5u);
+    EXPECT_EQ(bus.get(0x100), 0x9001u);
+}
+
+TEST_F(FarMaster, ANackOrAMasterThatStaysBusyFails) {
+    ci_u32 v = 1;
+    bus.set(0x102, 0x2);
+    EXPECT_EQ(ci_ReadSensorRegStr(cam, "FAR_WIDE", "", &v), CI_I2C_NACK_ERROR);
+    EXPECT_EQ(v, 0u);
+    bus.set(0x102, 0x1);
+    bus.clear();
+    EXPECT_EQ(ci_WriteSensorRegStr(cam, "FAR_WIDE", "", 1), CI_I2C_TIMEOUT);
+    size_t polls = 0;
+    for (const BusOp& op : bus.ops()) polls += op.isRead() && op.addr == 0x102;
+    EXPECT_EQ(polls, 50u);
+}
+
 // ------------------------------------------------- system registers, commands
 
 ci_u32 g_lastCommand = 0;
