@@ -15,6 +15,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <string>
 
 #include "core/camkit_ident_internal.h"
 
@@ -93,10 +95,53 @@ void acceptMatch(ci_camera_t* camera, const char* path) {
     ci_DetectPartNumber(camera);
 }
 
+// What one search has learnt of each file, so that a later pass does not
+// read again a file it would refuse: a file whose register addresses are 16
+// bits wide only ever fits the first pass; an 8-bit file fits the second or
+// the third pass by whether it is a system-on-chip.  Both are known once a
+// parse got past the file's first sections (an earlier refusal, for want of
+// an answering base or for bad syntax, refuses the file in every pass).
+struct FileFacts {
+    bool wide = false;  // 16-bit register addresses
+    bool soc = false;
+};
+
+class SearchFacts {
+public:
+    // Active for the lifetime of the object (one search on this thread).
+    SearchFacts() : previous_(active_) { active_ = this; }
+    ~SearchFacts() { active_ = previous_; }
+    SearchFacts(const SearchFacts&) = delete;
+    SearchFacts& operator=(const SearchFacts&) = delete;
+
+    static void learn(const char* fileName, ci_camera_t* camera) {
+        if (!active_ || !camera->sensor) return;
+        active_->facts_[fileName] = FileFacts{camera->sensor->reg_addr_size == 16, ci_IsSOC(camera) != 0};
+    }
+    // True when an earlier pass showed that the file cannot fit this one.
+    static bool rules_out(const char* fileName, const PassFilter& pass) {
+        if (!active_) return false;
+        auto it = active_->facts_.find(fileName);
+        if (it == active_->facts_.end()) return false;
+        const FileFacts& f = it->second;
+        if (pass.addrSize == 8 && f.wide) return true;
+        return pass.socRule && pass.addrSize == 8 && f.soc == (pass.ignore != 0);
+    }
+
+private:
+    static thread_local SearchFacts* active_;
+    SearchFacts* previous_;
+    std::map<std::string, FileFacts> facts_;
+};
+
+thread_local SearchFacts* SearchFacts::active_ = nullptr;
+
 // Parses and tests one file: nullptr when it describes the sensor, otherwise
 // why it does not (reason is scratch space for a formatted answer).
 const char* refusalOf(ci_camera_t* camera, const char* path, const PassFilter& pass, char* reason, size_t size) {
-    if (parseWithHints(camera, path, pass) != CI_PARSE_SUCCESS) return "No match because parse failed";
+    const ci_error_code parsed = parseWithHints(camera, path, pass);
+    SearchFacts::learn(path, camera);
+    if (parsed != CI_PARSE_SUCCESS) return "No match because parse failed";
     const char* soc = socRefusal(camera, pass);
     if (soc != nullptr) return soc;
     if (pass.addrSize != 0 && (ci_u32)pass.addrSize != camera->sensor->reg_addr_size) {
@@ -106,6 +151,12 @@ const char* refusalOf(ci_camera_t* camera, const char* path, const PassFilter& p
     }
     if (!hardwareMatches(camera)) return "No match because SHIP base addr/version reg/fuseID";
     return nullptr;
+}
+
+bool ruledOut(const char* dir, const char* fileName, const PassFilter& pass) {
+    char path[2 * CI_MAX_PATH];
+    snprintf(path, sizeof path, "%s%c%s", dir, '/', fileName);
+    return SearchFacts::rules_out(path, pass);
 }
 
 // True when the file describes the sensor.
@@ -138,6 +189,7 @@ ci_error_code loadSensorFile(ci_camera_t* camera, const char* path) {
 
 // The three passes over a directory.
 ci_error_code searchSensor(ci_camera_t* camera, const char* dir) {
+    SearchFacts facts;
     _loadSensorTypeFile(dir);
     _resetBaseMap(camera);
     // Any sensor with 16-bit register addresses, then 8-bit sensors that are
@@ -170,6 +222,7 @@ ci_error_code _findMatch(ci_camera_t* camera, const char* dir, const char* filte
             return CK_ERR(CI_CAMERA_ERROR, "Sensor data file search cancelled before completing");
         }
         if (skippedByName(pass, search->cFileName)) continue;
+        if (ruledOut(dir, search->cFileName, pass)) continue;
         if (tryFile(camera, dir, search->cFileName, pass)) {
             osal_close_find_file(search);
             return CI_CAMERA_SUCCESS;
