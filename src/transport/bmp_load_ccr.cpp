@@ -41,10 +41,10 @@ ci_error_code _BMP_load_ccr(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     if (!_BMP_read_samples(&file[kCcrHeader], file.size() - kCcrHeader, colour ? 3 * pixels : pixels, h.bitsPerPixel,
                            false, &samples))
         return CK_ERR(CI_CAMERA_ERROR, "Error reading CCR data");
-    const ci_error_code kept =
+    const bool kept =
         colour ? _BMP_keep_colour_planes(camera, bmp, (ci_s32)h.width, (ci_s32)h.height, h.bitsPerPixel, samples)
                : _BMP_keep_bayer(camera, bmp, (ci_s32)h.width, (ci_s32)h.height, h.bitsPerPixel, samples);
-    if (kept != CI_CAMERA_SUCCESS) return kept;
+    if (!kept) return CK_ERR(CI_CAMERA_ERROR, "out of memory");
     _BMP_set_pedestal(camera, bmp, h.black0, h.bitsPerPixel);
     if (!colour)
         _BMP_set_pixel_order(bmp, ((h.imageType & kCcrHorizontalPhase) ? 1 : 0) |

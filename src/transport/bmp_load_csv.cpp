@@ -175,6 +175,7 @@ ci_error_code _BMP_load_csv(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     const CsvFooter footer = scan.stop != std::string::npos ? _read_footer(text, scan.stop) : CsvFooter{};
     CsvSize size;
     if (!_settle_size(bmp, scan, footer, &size)) return CK_ERR(CI_CAMERA_ERROR, "Couldn't find the CSV image size");
-    return _BMP_keep_text_image(camera, bmp, &scan.values, size.width, size.height, size.format, scan.maxValue,
-                                "CSV file holds fewer values than its image size");
+    const char* failure = _BMP_keep_text_image(camera, bmp, &scan.values, size.width, size.height, size.format,
+                                               scan.maxValue, "CSV file holds fewer values than its image size");
+    return failure == nullptr ? CI_CAMERA_SUCCESS : CK_ERR(CI_CAMERA_ERROR, failure);
 }

@@ -69,10 +69,13 @@ ci_error_code _BMP_load_dxr(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     if (!_BMP_read_samples(&file[kDxrHeader], file.size() - kDxrHeader, plane * h.channels, h.precision,
                            h.isSigned != 0, &samples))
         return CK_ERR(CI_CAMERA_ERROR, "Error reading DXR data");
-    if (colour) return _BMP_keep_colour_planes(camera, bmp, (ci_s32)h.width, (ci_s32)h.height, h.precision, samples);
-    if (single) return _BMP_keep_bayer(camera, bmp, (ci_s32)h.width, (ci_s32)h.height, h.precision, samples);
-    const ci_error_code kept = _BMP_keep_bayer(camera, bmp, (ci_s32)(2 * h.width), (ci_s32)(2 * h.height),
-                                               h.precision, _interleave(samples, h.width, h.height));
-    if (kept == CI_CAMERA_SUCCESS && phase >= 0) _BMP_set_pixel_order(bmp, (ci_u32)phase);
-    return kept;
+    bool kept = false;
+    if (colour) kept = _BMP_keep_colour_planes(camera, bmp, (ci_s32)h.width, (ci_s32)h.height, h.precision, samples);
+    if (single) kept = _BMP_keep_bayer(camera, bmp, (ci_s32)h.width, (ci_s32)h.height, h.precision, samples);
+    if (quad)
+        kept = _BMP_keep_bayer(camera, bmp, (ci_s32)(2 * h.width), (ci_s32)(2 * h.height), h.precision,
+                               _interleave(samples, h.width, h.height));
+    if (!kept) return CK_ERR(CI_CAMERA_ERROR, "out of memory");
+    if (quad && phase >= 0) _BMP_set_pixel_order(bmp, (ci_u32)phase);
+    return CI_CAMERA_SUCCESS;
 }

@@ -135,9 +135,9 @@ ci_error_code _BMP_load_itx(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     const ci_u32 typeMax = headerMax ? (ci_u32)header.maxValue : maxValue;
     ci_s32 width = header.width;
     const BmpFormat format = _get_imagetype_from_maxm(typeMax, samples.size(), &width, header.height);
-    const ci_error_code kept = _BMP_keep_text_image(camera, bmp, &samples, width, header.height, format, typeMax,
-                                                    "ITX file holds fewer values than its image size");
-    if (kept != CI_CAMERA_SUCCESS) return kept;
+    const char* failure = _BMP_keep_text_image(camera, bmp, &samples, width, header.height, format, typeMax,
+                                               "ITX file holds fewer values than its image size");
+    if (failure != nullptr) return CK_ERR(CI_CAMERA_ERROR, failure);
     const ci_s32 order = _pixel_order(header.order);
     if (header.present && order >= 0) _BMP_set_pixel_order(bmp, (ci_u32)order);
     if (headerMax) _BMP_set_pedestal(camera, bmp, samples.empty() ? 0 : minValue, std::max<ci_u32>(format.pixelBits, 8));

@@ -20,20 +20,18 @@ bool _BMP_read_samples(const ci_u8* p, size_t avail, size_t count, ci_u32 bits, 
     return true;
 }
 
-ci_error_code _BMP_keep_bayer(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height,
+bool _BMP_keep_bayer(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height,
                               ci_u32 bits, const std::vector<ci_u32>& samples) {
     const BmpFormat format = _BMP_bayer_format(bmp, bits);
     _BMP_set_image(camera, bmp, width, height, format);
-    if (!_BMP_keep_samples(camera, bmp, samples, format.pixelBytes, bits)) return CK_ERR(CI_CAMERA_ERROR, "out of memory");
-    return CI_CAMERA_SUCCESS;
+    return _BMP_keep_samples(camera, bmp, samples, format.pixelBytes, bits);
 }
 
-ci_error_code _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width,
-                                      ci_s32 height, ci_u32 bits, const std::vector<ci_u32>& planes) {
+bool _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height, ci_u32 bits, const std::vector<ci_u32>& planes) {
     const BmpFormat format = _BMP_colour_format(bits);
     _BMP_set_image(camera, bmp, width, height, format);
     const size_t n = (size_t)width * (size_t)height;
-    if (!_BMP_alloc_u8(bmp, format.pixelBytes * n)) return CK_ERR(CI_CAMERA_ERROR, "out of memory");
+    if (!_BMP_alloc_u8(bmp, format.pixelBytes * n)) return false;
     bmp->imageType = format.type;
     bmp->imageStride = (ci_s32)(format.pixelBytes * (ci_u32)width);
     ci_u8* out = bmp->buffer_u8;
@@ -51,7 +49,7 @@ ci_error_code _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context
         }
         if (bits <= 8) out[4 * i + 3] = 255;
     }
-    return CI_CAMERA_SUCCESS;
+    return true;
 }
 
 ci_u32 _BMP_text_sample_bytes(const BmpFormat& format, ci_u32 maxValue) {

@@ -27,18 +27,18 @@ static ci_u32 _sample_bits(const BmpFormat& format, ci_u32 sampleBytes) {
     return format.type == CI_YCBCR_10 ? 10 : 16;
 }
 
-ci_error_code _BMP_keep_text_image(ci_camera_t* camera, BMP_Transport_Context* bmp, std::vector<ci_u32>* values,
-                                   ci_s32 width, ci_s32 height, const BmpFormat& format, ci_u32 maxValue,
-                                   const char* shortMessage) {
+const char* _BMP_keep_text_image(ci_camera_t* camera, BMP_Transport_Context* bmp, std::vector<ci_u32>* values,
+                                 ci_s32 width, ci_s32 height, const BmpFormat& format, ci_u32 maxValue,
+                                 const char* shortMessage) {
     if (width <= 0 || height <= 0 || (ci_u32)width > kBmpMaxSide || (ci_u32)height > kBmpMaxSide)
-        return CK_ERR(CI_CAMERA_ERROR, shortMessage);
+        return shortMessage;
     const ci_u32 sampleBytes = _BMP_text_sample_bytes(format, maxValue);
     const ci_u64 needed = _BMP_samples_needed(format, width, height, sampleBytes);
-    if (values->size() < needed) return CK_ERR(CI_CAMERA_ERROR, shortMessage);
+    if (values->size() < needed) return shortMessage;
     values->resize(needed);
     _BMP_set_image(camera, bmp, width, height, format);
     const ci_u32 bits = _sample_bits(format, sampleBytes);
-    if (!_BMP_keep_samples(camera, bmp, *values, sampleBytes, bits)) return CK_ERR(CI_CAMERA_ERROR, "out of memory");
+    if (!_BMP_keep_samples(camera, bmp, *values, sampleBytes, bits)) return "out of memory";
     if (ci_IsBayerImageType(format.type)) _BMP_set_pedestal(camera, bmp, bmp->regFile[kBmpPedestal], format.pixelBits);
-    return CI_CAMERA_SUCCESS;
+    return nullptr;
 }

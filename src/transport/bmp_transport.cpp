@@ -138,8 +138,11 @@ static bool _BMP_looks_like_text(const char* path) {
 }
 
 static ci_error_code _BMP_load_file(ci_camera_t* camera, BMP_Transport_Context* bmp) {
+    // The extension: from the last dot of the file's own name (a dot in a
+    // directory name is none).
     const char* dot = strrchr(bmp->fileName, '.');
-    if (dot == nullptr) return CI_CAMERA_ERROR;
+    const char* slash = strrchr(bmp->fileName, '/');
+    if (dot == nullptr || (slash != nullptr && dot < slash)) return CI_CAMERA_ERROR;
     static const char* const kNotImages[] = {".avi", ".xsdat", ".sdat"};
     for (const char* ext : kNotImages)
         if (osal_stricmp(dot, ext) == 0) return kNotAnImage;

@@ -119,13 +119,14 @@ bool _BMP_read_samples(const ci_u8* p, size_t avail, size_t count, ci_u32 bits, 
 // Bytes one sample of `bits` takes in those formats.
 ci_u32 _BMP_sample_width(ci_u32 bits);
 
-// Keeps a Bayer image of width x height samples.
-ci_error_code _BMP_keep_bayer(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height,
+// Keeps a Bayer image of width x height samples; false when memory runs
+// out (the callers log, under the loader's name).
+bool _BMP_keep_bayer(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height,
                               ci_u32 bits, const std::vector<ci_u32>& samples);
 // Keeps three colour planes (red, green, blue) as B, G, R pixels: 8-bit
 // planes as CI_RGB32 (X = 255), deeper ones as CI_RGB48 shifted to the top
-// of their 16-bit slots.
-ci_error_code _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width,
+// of their 16-bit slots.  False when memory runs out.
+bool _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width,
                                       ci_s32 height, ci_u32 bits, const std::vector<ci_u32>& planes);
 
 // Bytes a text image's sample takes in the frame: the YCbCr readings with
@@ -139,10 +140,11 @@ ci_u64 _BMP_samples_needed(const BmpFormat& format, ci_s32 width, ci_s32 height,
 BmpFormat _BMP_format_of_type(ci_image_types type, ci_u32 bits, ci_u32 maxValue, ci_u64 count, ci_s32* width,
                               ci_s32 height);
 // Sizes the sensor for width x height of `format` and keeps the first
-// values as its samples; `shortMessage` is logged when there are too few.
-ci_error_code _BMP_keep_text_image(ci_camera_t* camera, BMP_Transport_Context* bmp, std::vector<ci_u32>* values,
-                                   ci_s32 width, ci_s32 height, const BmpFormat& format, ci_u32 maxValue,
-                                   const char* shortMessage);
+// values as its samples.  Null on success, else what went wrong (the
+// loader logs it): `shortMessage` when there are too few values.
+const char* _BMP_keep_text_image(ci_camera_t* camera, BMP_Transport_Context* bmp, std::vector<ci_u32>* values,
+                                 ci_s32 width, ci_s32 height, const BmpFormat& format, ci_u32 maxValue,
+                                 const char* shortMessage);
 
 // The 8-bit view of the decoded samples (made on first use), or null.
 const ci_u8* _BMP_u8_view(BMP_Transport_Context* bmp);
