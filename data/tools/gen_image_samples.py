@@ -11,6 +11,10 @@ opens (expected/<file>.frame), and one line per sample in manifest.txt:
 (image types by number, as camkit.h numbers them).  The tests open every
 sample through the library and compare the grabbed frame with these bytes.
 
+It also writes the seed corpus of the fuzz target fuzz_imagefile
+(fuzz/seeds/fuzz_imagefile/): each sample behind the byte that picks its
+extension, and a side file in front where the sample has one.
+
 Run from anywhere:  python3 data/tools/gen_image_samples.py
 The output is committed; rerun this script after changing it.
 """
@@ -19,6 +23,10 @@ import struct
 import zlib
 
 OUT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "images")
+SEEDS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "fuzz", "seeds", "fuzz_imagefile")
+# The fuzz target's extension list (fuzz/imagefile_input.h), in its order.
+FUZZ_EXTENSIONS = [".bmp", ".ccr", ".dxr", ".csv", ".tab", ".txt", ".itx", ".raw", ".bin", ".jpg", ".jpeg", ".png",
+                   ".tif", ".tiff", ".dat", ".sdat"]
 
 # Image types (camkit.h).
 BAYER_8, BAYER_10, BAYER_12, BAYER_14, BAYER_20 = 1, 2, 12, 21, 24
@@ -59,6 +67,10 @@ class Samples:
             base = name.rsplit(".", 1)[0]
             with open(os.path.join(OUT, base + "_info.txt"), "w") as f:
                 f.write(info)
+        ext = FUZZ_EXTENSIONS.index("." + name.rsplit(".", 1)[1])
+        side = b"" if info is None else bytes((len(info),)) + info.encode()
+        with open(os.path.join(SEEDS, name), "wb") as f:
+            f.write(bytes((ext | (0x80 if info is not None else 0),)) + side + data)
         self.manifest.append(f"{name} {width} {height} {image_type} {order} {pedestal}")
 
 
@@ -300,6 +312,7 @@ def tiffs(s):
 
 def main():
     os.makedirs(os.path.join(OUT, "expected"), exist_ok=True)
+    os.makedirs(SEEDS, exist_ok=True)
     s = Samples()
     for make in (bitmaps, ccrs, dxrs, texts, raws, jpegs, pngs, tiffs):
         make(s)

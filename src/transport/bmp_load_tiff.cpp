@@ -3,8 +3,8 @@
 // stored pixel by pixel are kept at their depth:
 //   grey 8 bits          8-bit Bayer
 //   grey 16 bits         10-, 12- or 14-bit Bayer, the depth from the
-//                        MaxSampleValue tag or else the largest sample
-//                        (samples above 14 bits are cut to their top 14)
+//                        largest sample (or a larger MaxSampleValue tag);
+//                        samples above 14 bits are cut to their top 14
 //   RGB(A) 8 bits        CI_RGB32: B, G, R, X bytes
 //   RGB(A) 16 bits       CI_RGB48: B, G, R 16-bit samples
 // Everything else libtiff can read (palette, planar, YCbCr, white-is-zero,
@@ -16,6 +16,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <string>
 
 #include "transport/bmp_transport.h"
@@ -102,10 +104,13 @@ bool _read_direct(TIFF* tif, ci_u8* out, const TiffLayout& l) {
     return TIFFIsTiled(tif) ? _read_tiles(tif, out, stride, l) : _read_strips(tif, out, stride, l.height);
 }
 
-ci_u32 _grey_depth(TIFF* tif, const ci_u16* samples, size_t n) {
+// The depth of 16-bit grey samples; `wide` when they use more than 14 bits.
+ci_u32 _grey_depth(TIFF* tif, const ci_u16* samples, size_t n, bool* wide) {
     ci_u16 maxSample = 0;
-    if (!TIFFGetField(tif, TIFFTAG_MAXSAMPLEVALUE, &maxSample))
-        for (size_t i = 0; i < n; i++) maxSample = std::max(maxSample, samples[i]);
+    for (size_t i = 0; i < n; i++) maxSample = std::max(maxSample, samples[i]);
+    *wide = maxSample >= (1u << 14);
+    ci_u16 tagged = 0;
+    if (!*wide && TIFFGetField(tif, TIFFTAG_MAXSAMPLEVALUE, &tagged) && tagged < (1u << 14)) maxSample = std::max(maxSample, tagged);
     return maxSample < 1024 ? 10 : maxSample < 4096 ? 12 : 14;
 }
 
@@ -113,10 +118,9 @@ bool _keep_grey16(TIFF* tif, ci_camera_t* camera, BMP_Transport_Context* bmp, co
     const size_t n = (size_t)l.width * l.height;
     if (!_BMP_alloc_u16(bmp, 2 * n) || !_read_direct(tif, reinterpret_cast<ci_u8*>(bmp->buffer_u16), l)) return false;
     bool wide = false;
-    for (size_t i = 0; i < n && !wide; i++) wide = bmp->buffer_u16[i] >= (1u << 14);
+    const ci_u32 bits = _grey_depth(tif, bmp->buffer_u16, n, &wide);
     if (wide)
         for (size_t i = 0; i < n; i++) bmp->buffer_u16[i] = (ci_u16)(bmp->buffer_u16[i] >> 2);
-    const ci_u32 bits = wide ? 14 : _grey_depth(tif, bmp->buffer_u16, n);
     _BMP_set_image(camera, bmp, (ci_s32)l.width, (ci_s32)l.height, _BMP_bayer_format(nullptr, bits));
     bmp->imageType = CI_UNKNOWN_IMAGE_TYPE;
     bmp->imageStride = (ci_s32)(2 * l.width);
@@ -164,8 +168,9 @@ bool _keep_colour(TIFF* tif, ci_camera_t* camera, BMP_Transport_Context* bmp, co
 
 bool _keep_rgba(TIFF* tif, ci_camera_t* camera, BMP_Transport_Context* bmp, const TiffLayout& l) {
     const size_t n = (size_t)l.width * l.height;
-    std::vector<uint32_t> raster(n);
-    if (!TIFFReadRGBAImageOriented(tif, l.width, l.height, raster.data(), ORIENTATION_TOPLEFT, 0)) return false;
+    std::unique_ptr<uint32_t[]> raster(new (std::nothrow) uint32_t[n]);
+    if (raster == nullptr || !TIFFReadRGBAImageOriented(tif, l.width, l.height, raster.get(), ORIENTATION_TOPLEFT, 0))
+        return false;
     if (!_BMP_alloc_u8(bmp, 4 * n)) return false;
     for (size_t i = 0; i < n; i++) {
         const uint32_t p = raster[i];
