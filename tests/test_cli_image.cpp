@@ -1,7 +1,7 @@
 // camkit on the image-file camera: "info" describes every sample image and
 // "grab -o out.png" writes a picture of it (read back through libpng), whose
 // pixels match the frame the samples' generator wrote; a JPEG saved as .jpg
-// is the file itself.
+// is the file itself, as .png it is decoded.
 #include <gtest/gtest.h>
 #include <png.h>
 
@@ -85,12 +85,11 @@ TEST_F(CliImage, InfoAndGrabWorkOnEverySample) {
             r = run(s, {"grab", "-o", "out.jpg"});
             ASSERT_EQ(r.status, 0) << r.err;
             EXPECT_EQ(scratch_read_file(tool.dir().file("out.jpg")), scratch_read_file(images_dir() + "/" + s.file));
-            continue;
         }
         r = run(s, {"grab", "-o", "out.png"});
         ASSERT_EQ(r.status, 0) << r.err;
         png_uint_32 w = 0, h = 0;
-        const bool grey = s.type != CI_RGB32 && s.type != CI_RGB48 && s.type != CI_PNG;
+        const bool grey = s.type != CI_RGB32 && s.type != CI_RGB48 && s.type != CI_PNG && s.type != CI_JPEG;
         const std::vector<uint8_t> pixels =
             png_pixels(tool.dir().file("out.png"), grey ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB, &w, &h);
         ASSERT_FALSE(pixels.empty());
@@ -100,4 +99,16 @@ TEST_F(CliImage, InfoAndGrabWorkOnEverySample) {
             EXPECT_EQ(pixels, expected_pixels(s));
         }
     }
+}
+
+TEST_F(CliImage, AJpegThatDoesNotDecodeLeavesNoPicture) {
+    // Start of image, a frame header for 8 x 8 grey, end of image: the
+    // camera keeps it, the decoder finds no scan.
+    const std::string jpeg = std::string("\xFF\xD8\xFF\xC0\x00\x0B\x08\x00\x08\x00\x08\x01\x01\x11\x00\xFF\xD9", 17);
+    const std::string path = tool.dir().write("broken.jpg", jpeg);
+    const ToolResult r = tool.run({"--transports", "image", "--sensor-data", path, "grab", "-o", "b.png"});
+    EXPECT_EQ(r.status, 1) << r.out;
+    EXPECT_NE(r.err.find("does not decode"), std::string::npos) << r.err;
+    EXPECT_FALSE(scratch_file_exists(tool.dir().file("b.png")));
+    EXPECT_FALSE(scratch_file_exists(tool.dir().file("b.png.part")));
 }
