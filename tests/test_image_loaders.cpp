@@ -5,6 +5,7 @@
 // format failing with their loader's message.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -82,6 +83,10 @@ std::string drop_line(const std::string& text, int index) {
     for (int i = 0; i < index; i++) start = text.find('\n', start) + 1;
     return text.substr(0, start) + text.substr(text.find('\n', start) + 1);
 }
+
+// The sample sensor data files are the sensor-data directory of this run
+// (the home is decided once, at the first use).
+const bool kHomeSet = setenv("CI_HOME_DEV", ck_test_data_dir(), 1) == 0;
 
 class ImageLoaders : public ::testing::Test {
 protected:
@@ -265,6 +270,21 @@ TEST_F(ImageLoaders, SideFilePixelOrderAndSize) {
     EXPECT_EQ(sized->sensor->imageType, CI_BAYER_12);
     EXPECT_EQ(sized->sensor->pixelBits, 12u) << "16 output bits narrowed to the type's depth";
     EXPECT_EQ(sized.reg("PIXEL_ORDER"), 0u) << "words after FuseID: are not read";
+}
+
+TEST_F(ImageLoaders, SideFileNamesAFarSensor) {
+    ASSERT_TRUE(kHomeSet);
+    file("far_info.txt", "Sensor: /elsewhere/ck_bayer16.sdat\n");
+    ImageCamera cam(file("far.csv", "1 2 3 4\n5 6 7 8\n"));
+    ASSERT_NE(cam.get(), nullptr);
+    const ci_sensor_t* far = cam->sensor->far1_sensor;
+    ASSERT_NE(far, nullptr) << "the file's base name is looked up in the sensor-data directory";
+    EXPECT_GT(far->num_regs, 0);
+    EXPECT_STREQ(cam->sensor->sensorName, "Bitmap");
+    file("none_info.txt", "Sensor: missing.sdat\n");
+    ImageCamera none(file("none.csv", "1 2 3 4\n5 6 7 8\n"));
+    ASSERT_NE(none.get(), nullptr);
+    EXPECT_EQ(none->sensor->far1_sensor, nullptr);
 }
 
 TEST_F(ImageLoaders, ColourToBayerFollowsThePixelOrder) {
