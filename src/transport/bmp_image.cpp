@@ -46,6 +46,7 @@ void _BMP_set_image(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 widt
     sensor->bufferSize = format.pixelBytes * (ci_u32)width * (ci_u32)height;
     ctx->bitsPerClock = format.bitsPerClock;
     ctx->clocksPerPixel = format.clocksPerPixel;
+    if (ci_IsBayerImageType(format.type)) _BMP_set_pedestal(camera, bmp, bmp->regFile[kBmpPedestal], format.pixelBits);
 }
 
 void _BMP_set_pedestal(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_u32 value, ci_u32 bits) {

@@ -140,6 +140,5 @@ ci_error_code _BMP_load_raw(ci_camera_t* camera, BMP_Transport_Context* bmp) {
                            image.sampleBytes, bits))
         return CK_ERR(CI_CAMERA_ERROR, "out of memory");
     if (image.format.type == CI_RGB32 || image.format.type == CI_RGB48) bmp->imageType = image.format.type;
-    if (ci_IsBayerImageType(image.format.type)) _BMP_set_pedestal(camera, bmp, bmp->regFile[kBmpPedestal], bits);
     return CI_CAMERA_SUCCESS;
 }

@@ -39,6 +39,5 @@ const char* _BMP_keep_text_image(ci_camera_t* camera, BMP_Transport_Context* bmp
     _BMP_set_image(camera, bmp, width, height, format);
     const ci_u32 bits = _sample_bits(format, sampleBytes);
     if (!_BMP_keep_samples(camera, bmp, *values, sampleBytes, bits)) return "out of memory";
-    if (ci_IsBayerImageType(format.type)) _BMP_set_pedestal(camera, bmp, bmp->regFile[kBmpPedestal], format.pixelBits);
     return nullptr;
 }

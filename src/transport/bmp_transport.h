@@ -91,7 +91,8 @@ BmpFormat _BMP_bayer_format(const BMP_Transport_Context* bmp, ci_u32 bits);
 // A colour format: CI_RGB32 up to 8 bits, CI_RGB48 above.
 BmpFormat _BMP_colour_format(ci_u32 bits);
 
-// Sizes the sensor and the context for a width x height image of `format`.
+// Sizes the sensor and the context for a width x height image of `format`
+// (for Bayer data the pedestal register's mask follows the depth).
 void _BMP_set_image(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height,
                     const BmpFormat& format);
 
