@@ -57,16 +57,18 @@ void _BMP_set_pedestal(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_u32 v
 
 void _BMP_set_pixel_order(BMP_Transport_Context* bmp, ci_u32 order) { bmp->regFile[kBmpPixelOrder] = order & 3; }
 
-bool _BMP_alloc_u8(BMP_Transport_Context* bmp, size_t bytes) {
+static void* _BMP_allocate(size_t bytes, bool zeroed) { return zeroed ? calloc(bytes, 1) : malloc(bytes); }
+
+bool _BMP_alloc_u8(BMP_Transport_Context* bmp, size_t bytes, bool zeroed) {
     free(bmp->buffer_u8);
-    bmp->buffer_u8 = static_cast<ci_u8*>(calloc(std::max<size_t>(bytes, 1), 1));
+    bmp->buffer_u8 = static_cast<ci_u8*>(_BMP_allocate(std::max<size_t>(bytes, 1), zeroed));
     bmp->bufferSize8 = bmp->buffer_u8 != nullptr ? (ci_u32)bytes : 0;
     return bmp->buffer_u8 != nullptr;
 }
 
-bool _BMP_alloc_u16(BMP_Transport_Context* bmp, size_t bytes) {
+bool _BMP_alloc_u16(BMP_Transport_Context* bmp, size_t bytes, bool zeroed) {
     free(bmp->buffer_u16);
-    bmp->buffer_u16 = static_cast<ci_u16*>(calloc(std::max<size_t>(bytes, 2) / 2 + 1, 2));
+    bmp->buffer_u16 = static_cast<ci_u16*>(_BMP_allocate(2 * (std::max<size_t>(bytes, 2) / 2 + 1), zeroed));
     bmp->bufferSize16 = bmp->buffer_u16 != nullptr ? (ci_u32)bytes : 0;
     return bmp->buffer_u16 != nullptr;
 }

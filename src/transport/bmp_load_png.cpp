@@ -70,7 +70,8 @@ bool _png_decode(PngRead* read, ci_camera_t* camera, BMP_Transport_Context* bmp)
     const size_t stride = (size_t)format.pixelBytes * width;
     if (png_get_rowbytes(read->png, read->info) != stride) png_error(read->png, "unexpected row layout");
     _BMP_set_image(camera, bmp, (ci_s32)width, (ci_s32)height, format);
-    const bool allocated = deep ? _BMP_alloc_u16(bmp, stride * height) : _BMP_alloc_u8(bmp, stride * height);
+    const bool allocated =
+        deep ? _BMP_alloc_u16(bmp, stride * height, false) : _BMP_alloc_u8(bmp, stride * height, false);
     if (!allocated) png_error(read->png, "out of memory");
     ci_u8* pixels = deep ? reinterpret_cast<ci_u8*>(bmp->buffer_u16) : bmp->buffer_u8;
     for (int pass = 0; pass < passes; pass++) {

@@ -104,23 +104,51 @@ bool _read_direct(TIFF* tif, ci_u8* out, const TiffLayout& l) {
     return TIFFIsTiled(tif) ? _read_tiles(tif, out, stride, l) : _read_strips(tif, out, stride, l.height);
 }
 
+// Every bit any sample sets: below a power of two exactly when the largest
+// sample is (the depth thresholds all are), and one pass of word ORs.
+ci_u32 _bits_set(const ci_u16* samples, size_t n) {
+    ci_u64 words = 0;
+    size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        ci_u64 w = 0;
+        memcpy(&w, samples + i, sizeof w);
+        words |= w;
+    }
+    ci_u32 bits = (ci_u32)(words | words >> 16 | words >> 32 | words >> 48) & 0xFFFF;
+    for (; i < n; i++) bits |= samples[i];
+    return bits;
+}
+
+// Each sample's top 14 bits, four samples a word.
+void _cut_to_14_bits(ci_u16* samples, size_t n) {
+    constexpr ci_u64 kLanes = 0x3FFF3FFF3FFF3FFFull;
+    size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        ci_u64 w = 0;
+        memcpy(&w, samples + i, sizeof w);
+        w = (w >> 2) & kLanes;
+        memcpy(samples + i, &w, sizeof w);
+    }
+    for (; i < n; i++) samples[i] = (ci_u16)(samples[i] >> 2);
+}
+
 // The depth of 16-bit grey samples; `wide` when they use more than 14 bits.
 ci_u32 _grey_depth(TIFF* tif, const ci_u16* samples, size_t n, bool* wide) {
-    ci_u16 maxSample = 0;
-    for (size_t i = 0; i < n; i++) maxSample = std::max(maxSample, samples[i]);
+    ci_u32 maxSample = _bits_set(samples, n);
     *wide = maxSample >= (1u << 14);
     ci_u16 tagged = 0;
-    if (!*wide && TIFFGetField(tif, TIFFTAG_MAXSAMPLEVALUE, &tagged) && tagged < (1u << 14)) maxSample = std::max(maxSample, tagged);
+    if (!*wide && TIFFGetField(tif, TIFFTAG_MAXSAMPLEVALUE, &tagged) && tagged < (1u << 14))
+        maxSample = std::max<ci_u32>(maxSample, tagged);
     return maxSample < 1024 ? 10 : maxSample < 4096 ? 12 : 14;
 }
 
 bool _keep_grey16(TIFF* tif, ci_camera_t* camera, BMP_Transport_Context* bmp, const TiffLayout& l) {
     const size_t n = (size_t)l.width * l.height;
-    if (!_BMP_alloc_u16(bmp, 2 * n) || !_read_direct(tif, reinterpret_cast<ci_u8*>(bmp->buffer_u16), l)) return false;
+    if (!_BMP_alloc_u16(bmp, 2 * n, false) || !_read_direct(tif, reinterpret_cast<ci_u8*>(bmp->buffer_u16), l))
+        return false;
     bool wide = false;
     const ci_u32 bits = _grey_depth(tif, bmp->buffer_u16, n, &wide);
-    if (wide)
-        for (size_t i = 0; i < n; i++) bmp->buffer_u16[i] = (ci_u16)(bmp->buffer_u16[i] >> 2);
+    if (wide) _cut_to_14_bits(bmp->buffer_u16, n);
     _BMP_set_image(camera, bmp, (ci_s32)l.width, (ci_s32)l.height, _BMP_bayer_format(nullptr, bits));
     bmp->imageType = CI_UNKNOWN_IMAGE_TYPE;
     bmp->imageStride = (ci_s32)(2 * l.width);
@@ -130,7 +158,7 @@ bool _keep_grey16(TIFF* tif, ci_camera_t* camera, BMP_Transport_Context* bmp, co
 }
 
 bool _keep_grey8(TIFF* tif, ci_camera_t* camera, BMP_Transport_Context* bmp, const TiffLayout& l) {
-    if (!_BMP_alloc_u8(bmp, (size_t)l.width * l.height) || !_read_direct(tif, bmp->buffer_u8, l)) return false;
+    if (!_BMP_alloc_u8(bmp, (size_t)l.width * l.height, false) || !_read_direct(tif, bmp->buffer_u8, l)) return false;
     _BMP_set_image(camera, bmp, (ci_s32)l.width, (ci_s32)l.height, _BMP_bayer_format(nullptr, 8));
     bmp->imageType = CI_BAYER_8;
     bmp->imageStride = (ci_s32)l.width;

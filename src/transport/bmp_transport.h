@@ -100,10 +100,10 @@ void _BMP_set_image(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 widt
 void _BMP_set_pedestal(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_u32 value, ci_u32 bits);
 void _BMP_set_pixel_order(BMP_Transport_Context* bmp, ci_u32 order);
 
-// Allocates buffer_u8 (zeroed) of `bytes`; false when memory runs out.
-bool _BMP_alloc_u8(BMP_Transport_Context* bmp, size_t bytes);
-// Allocates buffer_u16 (zeroed) of `bytes`; false when memory runs out.
-bool _BMP_alloc_u16(BMP_Transport_Context* bmp, size_t bytes);
+// Allocates buffer_u8 / buffer_u16 of `bytes`, zeroed unless the caller
+// fills every byte itself; false when memory runs out.
+bool _BMP_alloc_u8(BMP_Transport_Context* bmp, size_t bytes, bool zeroed = true);
+bool _BMP_alloc_u16(BMP_Transport_Context* bmp, size_t bytes, bool zeroed = true);
 
 // Keeps `values` as samples of `sampleBytes` (1, 2 or 4) bytes each, as the
 // frame the sensor delivers: 1-byte samples go to buffer_u8, wider ones to
