@@ -56,15 +56,15 @@ std::string write_tiff(ci_u16 compression) {
     TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
     TIFFSetField(tif, TIFFTAG_COMPRESSION, compression);
     TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, kRowsPerStrip);
-    for (ci_u32 y = 0; y < kHeight; y++)
-        TIFFWriteScanline(tif, const_cast<ci_u16*>(&pixels[(size_t)y * kWidth]), y, 0);
+    for (ci_u32 y = 0; y < kHeight; y++) TIFFWriteScanline(tif, const_cast<ci_u16*>(&pixels[(size_t)y * kWidth]), y, 0);
     TIFFClose(tif);
     return path;
 }
 
 const std::string& sample(int kind) {
     static std::string paths[3];
-    if (paths[kind].empty()) paths[kind] = kind == 0 ? write_png() : write_tiff(kind == 1 ? COMPRESSION_LZW : COMPRESSION_NONE);
+    if (paths[kind].empty())
+        paths[kind] = kind == 0 ? write_png() : write_tiff(kind == 1 ? COMPRESSION_LZW : COMPRESSION_NONE);
     return paths[kind];
 }
 
@@ -100,8 +100,7 @@ bool decode_tiff(const std::string& path, std::vector<ci_u8>& out) {
     const size_t stride = (size_t)kWidth * 2;
     out = std::vector<ci_u8>(stride * kHeight);  // a fresh buffer, as the camera's
     const tstrip_t strips = TIFFNumberOfStrips(tif);
-    for (tstrip_t s = 0; s < strips; s++)
-        TIFFReadEncodedStrip(tif, s, &out[(size_t)s * kRowsPerStrip * stride], -1);
+    for (tstrip_t s = 0; s < strips; s++) TIFFReadEncodedStrip(tif, s, &out[(size_t)s * kRowsPerStrip * stride], -1);
     TIFFClose(tif);
     return true;
 }

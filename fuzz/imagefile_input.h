@@ -16,8 +16,8 @@
 
 #include "core/camkit_private.h"
 
-inline const char* const kImageExtensions[] = {".bmp", ".ccr", ".dxr", ".csv", ".tab", ".txt", ".itx", ".raw",
-                                                ".bin", ".jpg", ".jpeg", ".png", ".tif", ".tiff", ".dat", ".sdat"};
+inline const char* const kImageExtensions[] = {".bmp", ".ccr", ".dxr",  ".csv", ".tab", ".txt",  ".itx", ".raw",
+                                               ".bin", ".jpg", ".jpeg", ".png", ".tif", ".tiff", ".dat", ".sdat"};
 constexpr size_t kImageExtensionCount = sizeof kImageExtensions / sizeof kImageExtensions[0];
 constexpr ci_u32 kFuzzMaxFrame = 64u << 20;
 

@@ -101,8 +101,8 @@ TEST_F(CliGrab, BadNamesAndFormatsFailWithoutLeavingFiles) {
         int status;
         const char* file;
     } cases[] = {
-        {{"-o", "out%s.png"}, 2, nullptr},     // a conversion other than %d
-        {{"-o", "a%d%d.png"}, 2, nullptr},     // two numbers
+        {{"-o", "out%s.png"}, 2, nullptr},  // a conversion other than %d
+        {{"-o", "a%d%d.png"}, 2, nullptr},  // two numbers
         {{"-n", "0"}, 2, nullptr},
         {{"-n", "x"}, 2, nullptr},
         {{"-o", "frame.bmp"}, 1, "frame.bmp"},  // not a format we write

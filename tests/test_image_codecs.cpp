@@ -57,8 +57,10 @@ void write_tiff(const std::string& path, const TiffSpec& t, const std::vector<ci
     const size_t bytes = t.bits / 8;
     std::vector<ci_u8> packed(samples.size() * bytes);
     for (size_t i = 0; i < samples.size(); i++) {
-        if (bytes == 1) packed[i] = (ci_u8)samples[i];
-        else memcpy(&packed[2 * i], &samples[i], 2);
+        if (bytes == 1)
+            packed[i] = (ci_u8)samples[i];
+        else
+            memcpy(&packed[2 * i], &samples[i], 2);
     }
     const size_t perPixel = t.planar == PLANARCONFIG_CONTIG ? t.samples : 1;
     const size_t row = t.width * perPixel * bytes, plane = row * t.height;
@@ -72,8 +74,8 @@ void write_tiff(const std::string& path, const TiffSpec& t, const std::vector<ci
                 std::fill(tile.begin(), tile.end(), 0);
                 for (ci_u32 r = 0; r < th && y + r < t.height; r++)
                     for (ci_u32 c = 0; c < tw && x + c < t.width; c++)
-                        memcpy(&tile[(r * tw + c) * perPixel * bytes], &packed[(y + r) * row + (x + c) * perPixel * bytes],
-                               perPixel * bytes);
+                        memcpy(&tile[(r * tw + c) * perPixel * bytes],
+                               &packed[(y + r) * row + (x + c) * perPixel * bytes], perPixel * bytes);
                 TIFFWriteTile(tif, tile.data(), x, y, 0, 0);
             }
     } else {
@@ -153,7 +155,8 @@ TEST_F(ImageCodecs, ColourPngsBecomeBgraPixels) {
     EXPECT_EQ(indexed.grab(), (Bytes{90, 80, 70, 255, 30, 20, 10, 128, 60, 50, 40, 255}));
 
     // 16-bit RGBA keeps the high byte of each channel.
-    write_png(dir.file("r.png"), 1, 1, 16, PNG_COLOR_TYPE_RGBA, false, {Bytes{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0}});
+    write_png(dir.file("r.png"), 1, 1, 16, PNG_COLOR_TYPE_RGBA, false,
+              {Bytes{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0}});
     ImageCamera rgba(dir.file("r.png"));
     ASSERT_NE(rgba.get(), nullptr);
     EXPECT_EQ(rgba.grab(), (Bytes{0x9A, 0x56, 0x12, 0xDE}));

@@ -46,7 +46,8 @@ std::string bitmap(ci_s32 width, ci_s32 height, ci_u32 bits, const std::string& 
     return s + palette + data;
 }
 
-std::string ccr(ci_u32 width, ci_u32 height, ci_u32 type, ci_u32 bits, const std::string& data, ci_u32 version = 0x0102) {
+std::string ccr(ci_u32 width, ci_u32 height, ci_u32 type, ci_u32 bits, const std::string& data,
+                ci_u32 version = 0x0102) {
     std::string s;
     for (ci_u32 v : {0x0A524343u, version, width, height, type, bits}) put32(s, v);
     s += std::string(336 - s.size(), '\0');
@@ -232,9 +233,9 @@ TEST_F(ImageLoaders, CsvTypeThresholds) {
         ci_image_types type;
         ci_u32 pixelBytes;
     } rows[] = {
-        {255, CI_BAYER_8, 1},     {256, CI_BAYER_10, 2},  {1023, CI_BAYER_10, 2}, {1024, CI_BAYER_12, 2},
-        {4095, CI_BAYER_12, 2},   {4096, CI_BAYER_14, 2}, {16384, CI_BAYER_14, 2}, {16385, CI_BAYER_14, 2},
-        {16386, CI_YCBCR, 2},     {65535, CI_YCBCR, 2},   {65536, CI_BAYER_20, 4},
+        {255, CI_BAYER_8, 1},   {256, CI_BAYER_10, 2},  {1023, CI_BAYER_10, 2},  {1024, CI_BAYER_12, 2},
+        {4095, CI_BAYER_12, 2}, {4096, CI_BAYER_14, 2}, {16384, CI_BAYER_14, 2}, {16385, CI_BAYER_14, 2},
+        {16386, CI_YCBCR, 2},   {65535, CI_YCBCR, 2},   {65536, CI_BAYER_20, 4},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.maxValue);
@@ -291,8 +292,8 @@ TEST_F(ImageLoaders, ColourToBayerFollowsThePixelOrder) {
     // One 2 x 2 block, every pixel R = 1, G = 2, B = 3 (bitmap rows B, G, R).
     std::string rows;
     for (int i = 0; i < 4; i++) rows += std::string("\x03\x02\x01", 3);
-    ImageCamera cam(file("rgb.bmp", bitmap(2, 2, 24, rows.substr(0, 6) + std::string(2, '\0') + rows.substr(6) +
-                                                         std::string(2, '\0'))));
+    ImageCamera cam(file(
+        "rgb.bmp", bitmap(2, 2, 24, rows.substr(0, 6) + std::string(2, '\0') + rows.substr(6) + std::string(2, '\0'))));
     ASSERT_NE(cam.get(), nullptr);
     cam->sensor->imageType = CI_BAYER_8;
     ASSERT_EQ(ci_updateFrameSize(cam.get(), 0, 0, 8, 1), CI_CAMERA_SUCCESS);

@@ -51,8 +51,8 @@ bool has_extension(const std::string& file, const char* ext) {
 TEST(ImageSamples, EveryLoaderDeliversWhatTheGeneratorWrote) {
     const std::vector<Sample> samples = manifest();
     ASSERT_GE(samples.size(), 25u);
-    for (const char* ext : {".bmp", ".ccr", ".dxr", ".csv", ".tab", ".txt", ".itx", ".raw", ".bin", ".jpg", ".png",
-                            ".tif", ".tiff"}) {
+    for (const char* ext :
+         {".bmp", ".ccr", ".dxr", ".csv", ".tab", ".txt", ".itx", ".raw", ".bin", ".jpg", ".png", ".tif", ".tiff"}) {
         bool found = false;
         for (const Sample& s : samples) found = found || has_extension(s.file, ext);
         EXPECT_TRUE(found) << "no sample for " << ext;

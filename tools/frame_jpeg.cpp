@@ -2,10 +2,10 @@
 #include "frame_jpeg.h"
 
 #ifdef CAMKIT_CLI_HAVE_JPEG
+#include <jpeglib.h>
+
 #include <csetjmp>
 #include <cstdio>
-
-#include <jpeglib.h>
 #endif
 
 namespace cli {

@@ -62,7 +62,8 @@ ci_error_code _rows(const ci_sensor_t* sensor, const BMP_Transport_Context* bmp,
     const Window w = _window(sensor, bmp, size);
     if (w.rowBytes == 0) return CI_CAMERA_ERROR;
     const size_t copy = std::min(w.rowBytes, (size_t)bmp->imageStride);
-    for (size_t r = 0; r < w.rows; r++) memcpy(dst + r * w.rowBytes, bmp->buffer_u8 + r * (size_t)bmp->imageStride, copy);
+    for (size_t r = 0; r < w.rows; r++)
+        memcpy(dst + r * w.rowBytes, bmp->buffer_u8 + r * (size_t)bmp->imageStride, copy);
     return CI_CAMERA_SUCCESS;
 }
 
@@ -91,8 +92,8 @@ ci_error_code _to_bayer(const ci_sensor_t* sensor, const BMP_Transport_Context* 
 }
 
 // Colour to 8-bit B, G, R (RGB24) or B, G, R, X (RGB32).
-ci_error_code _to_rgb8(const ci_sensor_t* sensor, const BMP_Transport_Context* bmp, const ColourSource& src,
-                       ci_u8* dst, ci_u32 size) {
+ci_error_code _to_rgb8(const ci_sensor_t* sensor, const BMP_Transport_Context* bmp, const ColourSource& src, ci_u8* dst,
+                       ci_u32 size) {
     const Window w = _window(sensor, bmp, size);
     if (w.rowBytes == 0) return CI_CAMERA_ERROR;
     for (size_t y = 0; y < w.rows; y++)
@@ -141,8 +142,7 @@ ci_error_code _from_rgb48(const ci_sensor_t* sensor, const BMP_Transport_Context
 }
 
 // The frame as decoded (samples in the sensor's layout, or a whole file).
-ci_error_code _whole(const ci_sensor_t* sensor, BMP_Transport_Context* bmp, ci_u8* dst, ci_u32 size,
-                     ci_u32* written) {
+ci_error_code _whole(const ci_sensor_t* sensor, BMP_Transport_Context* bmp, ci_u8* dst, ci_u32 size, ci_u32* written) {
     const bool wide = bmp->buffer_u16 != nullptr && sensor->pixelBits > 8 && sensor->imageType != CI_RGB48;
     const ci_u8* src = wide ? reinterpret_cast<const ci_u8*>(bmp->buffer_u16) : _BMP_u8_view(bmp);
     if (src == nullptr) return CI_CAMERA_ERROR;
@@ -170,9 +170,14 @@ ci_error_code _BMP_grabFrame(ci_camera_t* camera, ci_u8* buffer, ci_u32 size) {
         case CI_BAYER_8:
             if (ci_IsBayerImageType(sensor->imageType)) result = _bayer8(sensor, bmp, buffer, size);
             break;
-        case CI_RGB32: result = _from_rgb32(sensor, bmp, buffer, size); break;
-        case CI_RGB48: result = _from_rgb48(sensor, bmp, buffer, size); break;
-        default: break;
+        case CI_RGB32:
+            result = _from_rgb32(sensor, bmp, buffer, size);
+            break;
+        case CI_RGB48:
+            result = _from_rgb48(sensor, bmp, buffer, size);
+            break;
+        default:
+            break;
     }
     if (result != CI_CAMERA_SUCCESS) return result;
     _common_context_t* ctx = _ctx(camera);

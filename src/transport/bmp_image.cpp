@@ -10,8 +10,7 @@
 
 BmpFormat _BMP_bayer_format(const BMP_Transport_Context* bmp, ci_u32 bits) {
     const bool hdr = bmp != nullptr && (bmp->infoImageType == CI_BAYER_10_IHDR ||
-                                        bmp->infoImageType == CI_BAYER_12_HDR ||
-                                        bmp->infoImageType == CI_BAYER_14_HDR);
+                                        bmp->infoImageType == CI_BAYER_12_HDR || bmp->infoImageType == CI_BAYER_14_HDR);
     BmpFormat f{CI_BAYER_8, 1, bits, bits, 1};
     if (bits > 8) f.pixelBytes = 2;
     if (bits > 16) {

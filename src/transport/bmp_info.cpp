@@ -65,7 +65,8 @@ void _load_far_sensor(ci_camera_t* camera, const std::string& word) {
     ci_sensor_t* sensor = camera->sensor;
     if (sensor == nullptr || sensor->far1_sensor != nullptr) return;
     const size_t slash = word.find_last_of("/\\");
-    const std::string path = std::string(ci_SensorData()) + "/" + word.substr(slash == std::string::npos ? 0 : slash + 1);
+    const std::string path =
+        std::string(ci_SensorData()) + "/" + word.substr(slash == std::string::npos ? 0 : slash + 1);
     auto* far = static_cast<ci_sensor_t*>(calloc(1, sizeof(ci_sensor_t)));
     if (far == nullptr) return;
     if (ci_ParseSensorFile(camera, path.c_str(), far) != CI_PARSE_SUCCESS) {
@@ -81,12 +82,16 @@ ci_u32 _real_depth(ci_image_types type, ci_u32 bits) {
     switch (type) {
         case CI_BAYER_10:
         case CI_BAYER_10_ZOOM:
-        case CI_BAYER_10_IHDR: return 10;
+        case CI_BAYER_10_IHDR:
+            return 10;
         case CI_BAYER_12:
-        case CI_BAYER_12_HDR: return 12;
+        case CI_BAYER_12_HDR:
+            return 12;
         case CI_BAYER_14:
-        case CI_BAYER_14_HDR: return 14;
-        default: return bits;
+        case CI_BAYER_14_HDR:
+            return 14;
+        default:
+            return bits;
     }
 }
 
@@ -97,8 +102,7 @@ bool _info_file_name(BMP_Transport_Context* bmp) {
     const char* slash = strrchr(bmp->fileName, '/');
     const size_t length = strlen(bmp->fileName);
     if (dot == nullptr || (slash != nullptr && dot < slash) || length + 8 >= CI_STRING_LEN) return false;
-    snprintf(bmp->infoFileName, sizeof bmp->infoFileName, "%.*s_info.txt", (int)(dot - bmp->fileName),
-             bmp->fileName);
+    snprintf(bmp->infoFileName, sizeof bmp->infoFileName, "%.*s_info.txt", (int)(dot - bmp->fileName), bmp->fileName);
     return true;
 }
 

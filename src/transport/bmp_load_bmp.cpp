@@ -25,9 +25,8 @@ struct BmpInfo {
 
 BmpInfo _read_info(const ci_u8* p) {
     const ci_u8* info = p + kFileHeader;
-    return BmpInfo{_BMP_le32(p + 12),         (ci_s32)_BMP_le32(info + 4), (ci_s32)_BMP_le32(info + 8),
-                   _BMP_le16(info + 12),      _BMP_le16(info + 14),        _BMP_le32(info + 16),
-                   _BMP_le32(info + 32)};
+    return BmpInfo{_BMP_le32(p + 12),    (ci_s32)_BMP_le32(info + 4), (ci_s32)_BMP_le32(info + 8), _BMP_le16(info + 12),
+                   _BMP_le16(info + 14), _BMP_le32(info + 16),        _BMP_le32(info + 32)};
 }
 
 // Bytes a stored row takes, padding included.
@@ -73,8 +72,7 @@ ci_error_code _BMP_load_bmp(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     if (file.size() < kFileHeader + kInfoHeader) return CK_ERR(CI_CAMERA_ERROR, "Error reading BMP header");
     if (file[0] != 'B' || file[1] != 'M') return CK_ERR(CI_CAMERA_ERROR, "Not a BMP file (bad ID)");
     const BmpInfo info = _read_info(file.data());
-    if (info.planes != 1 || info.compression != 0 ||
-        (info.bitCount != 8 && info.bitCount != 24 && info.bitCount != 32))
+    if (info.planes != 1 || info.compression != 0 || (info.bitCount != 8 && info.bitCount != 24 && info.bitCount != 32))
         return CK_ERR(CI_CAMERA_ERROR, "Unsupported BMP format");
     const bool bottomUp = info.height > 0;
     const ci_u64 width = info.width > 0 ? (ci_u64)info.width : 0;

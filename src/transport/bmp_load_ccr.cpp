@@ -47,7 +47,7 @@ ci_error_code _BMP_load_ccr(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     if (!kept) return CK_ERR(CI_CAMERA_ERROR, "out of memory");
     _BMP_set_pedestal(camera, bmp, h.black0, h.bitsPerPixel);
     if (!colour)
-        _BMP_set_pixel_order(bmp, ((h.imageType & kCcrHorizontalPhase) ? 1 : 0) |
-                                      ((h.imageType & kCcrVerticalPhase) ? 2 : 0));
+        _BMP_set_pixel_order(
+            bmp, ((h.imageType & kCcrHorizontalPhase) ? 1 : 0) | ((h.imageType & kCcrVerticalPhase) ? 2 : 0));
     return CI_CAMERA_SUCCESS;
 }

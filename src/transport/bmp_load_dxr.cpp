@@ -21,8 +21,8 @@ struct DxrHeader {
 DxrHeader _read_header(const ci_u8* p) {
     char type[17] = {};
     memcpy(type, p + 4, 16);
-    return DxrHeader{_BMP_le32(p),      type, _BMP_le32(p + 20), _BMP_le32(p + 24), _BMP_le32(p + 28),
-                     _BMP_le32(p + 32), _BMP_le32(p + 36)};
+    return DxrHeader{_BMP_le32(p),     type, _BMP_le32(p + 20), _BMP_le32(p + 24), _BMP_le32(p + 28), _BMP_le32(p + 32),
+                     _BMP_le32(p + 36)};
 }
 
 // The pixel order of "Bayer0".."Bayer3"; -1 for an empty type, -2 for any

@@ -45,8 +45,10 @@ std::vector<std::string> _lines(const std::vector<ci_u8>& bytes) {
         line.clear();
     };
     for (ci_u8 c : bytes) {
-        if (c == '\n') flush();
-        else line.push_back((char)c);
+        if (c == '\n')
+            flush();
+        else
+            line.push_back((char)c);
     }
     if (!line.empty()) flush();
     return lines;
@@ -140,6 +142,7 @@ ci_error_code _BMP_load_itx(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     if (failure != nullptr) return CK_ERR(CI_CAMERA_ERROR, failure);
     const ci_s32 order = _pixel_order(header.order);
     if (header.present && order >= 0) _BMP_set_pixel_order(bmp, (ci_u32)order);
-    if (headerMax) _BMP_set_pedestal(camera, bmp, samples.empty() ? 0 : minValue, std::max<ci_u32>(format.pixelBits, 8));
+    if (headerMax)
+        _BMP_set_pedestal(camera, bmp, samples.empty() ? 0 : minValue, std::max<ci_u32>(format.pixelBits, 8));
     return CI_CAMERA_SUCCESS;
 }

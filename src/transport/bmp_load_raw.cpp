@@ -131,8 +131,7 @@ ci_error_code _BMP_load_raw(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     const ci_u64 pixels = (ci_u64)image.width * (ci_u64)image.height;
     if ((ci_u32)image.width > kBmpMaxSide || (ci_u32)image.height > kBmpMaxSide || pixels > kBmpMaxPixels)
         return CK_ERR(CI_CAMERA_ERROR, "Unsupported raw image size");
-    const ci_u64 frameBytes =
-        image.format.type == CI_YUV420 ? pixels * 3 / 2 : pixels * image.format.pixelBytes;
+    const ci_u64 frameBytes = image.format.type == CI_YUV420 ? pixels * 3 / 2 : pixels * image.format.pixelBytes;
     if (bytes.size() < frameBytes) return CK_ERR(CI_CAMERA_ERROR, "Raw file shorter than its image size");
     _BMP_set_image(camera, bmp, image.width, image.height, image.format);
     const ci_u32 bits = image.sampleBytes == 1 ? 8 : image.format.pixelBits;

@@ -84,7 +84,8 @@ bool _read_tiles(TIFF* tif, ci_u8* out, size_t stride, const TiffLayout& l) {
     TIFFGetField(tif, TIFFTAG_TILELENGTH, &tileHeight);
     const tmsize_t tileSize = TIFFTileSize(tif);
     const size_t pixelBytes = (size_t)l.samples * l.bits / 8;
-    if (tileWidth == 0 || tileHeight == 0 || tileSize <= 0 || (size_t)tileSize < (size_t)tileWidth * tileHeight * pixelBytes)
+    if (tileWidth == 0 || tileHeight == 0 || tileSize <= 0 ||
+        (size_t)tileSize < (size_t)tileWidth * tileHeight * pixelBytes)
         return false;
     std::vector<ci_u8> tile((size_t)tileSize);
     for (ci_u32 y = 0; y < l.height; y += tileHeight) {

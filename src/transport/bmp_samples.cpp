@@ -20,14 +20,15 @@ bool _BMP_read_samples(const ci_u8* p, size_t avail, size_t count, ci_u32 bits, 
     return true;
 }
 
-bool _BMP_keep_bayer(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height,
-                              ci_u32 bits, const std::vector<ci_u32>& samples) {
+bool _BMP_keep_bayer(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height, ci_u32 bits,
+                     const std::vector<ci_u32>& samples) {
     const BmpFormat format = _BMP_bayer_format(bmp, bits);
     _BMP_set_image(camera, bmp, width, height, format);
     return _BMP_keep_samples(camera, bmp, samples, format.pixelBytes, bits);
 }
 
-bool _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height, ci_u32 bits, const std::vector<ci_u32>& planes) {
+bool _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height, ci_u32 bits,
+                             const std::vector<ci_u32>& planes) {
     const BmpFormat format = _BMP_colour_format(bits);
     _BMP_set_image(camera, bmp, width, height, format);
     const size_t n = (size_t)width * (size_t)height;
@@ -55,9 +56,12 @@ bool _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci
 ci_u32 _BMP_text_sample_bytes(const BmpFormat& format, ci_u32 maxValue) {
     switch (format.type) {
         case CI_YCBCR:
-        case CI_YUV420: return maxValue < 256 ? 1 : 2;
-        case CI_YCBCR_10: return 2;
-        default: return format.pixelBytes;
+        case CI_YUV420:
+            return maxValue < 256 ? 1 : 2;
+        case CI_YCBCR_10:
+            return 2;
+        default:
+            return format.pixelBytes;
     }
 }
 

@@ -58,13 +58,11 @@ static ci_error_code _BMP_writeRegisters(ci_camera_t* camera, ci_u32 shipAddr, c
     return CI_CAMERA_SUCCESS;
 }
 
-static ci_error_code _BMP_readSensorRegisters(ci_camera_t* camera, ci_u32, ci_u32 startAddr, ci_u32 n,
-                                              ci_u32* vals) {
+static ci_error_code _BMP_readSensorRegisters(ci_camera_t* camera, ci_u32, ci_u32 startAddr, ci_u32 n, ci_u32* vals) {
     return _BMP_readRegisters(camera, _transport_sensor_base(camera), startAddr, n, vals);
 }
 
-static ci_error_code _BMP_writeSensorRegisters(ci_camera_t* camera, ci_u32, ci_u32 startAddr, ci_u32 n,
-                                               ci_u32* vals) {
+static ci_error_code _BMP_writeSensorRegisters(ci_camera_t* camera, ci_u32, ci_u32 startAddr, ci_u32 n, ci_u32* vals) {
     return _BMP_writeRegisters(camera, _transport_sensor_base(camera), startAddr, n, vals);
 }
 
@@ -151,10 +149,10 @@ static ci_error_code _BMP_load_file(ci_camera_t* camera, BMP_Transport_Context* 
         const char* ext;
         loader_fn load;
     } kLoaders[] = {
-        {".bmp", _BMP_load_bmp},  {".itx", _BMP_load_itx}, {".csv", _BMP_load_csv},   {".tab", _BMP_load_csv},
-        {".txt", _BMP_load_csv},  {".ccr", _BMP_load_ccr}, {".dxr", _BMP_load_dxr},   {".jpg", _BMP_load_jpeg},
-        {".jpeg", _BMP_load_jpeg}, {".png", _BMP_load_png}, {".bin", _BMP_load_raw},  {".raw", _BMP_load_raw},
-        {".tif", _BMP_load_tiff}, {".tiff", _BMP_load_tiff},
+        {".bmp", _BMP_load_bmp},   {".itx", _BMP_load_itx},   {".csv", _BMP_load_csv}, {".tab", _BMP_load_csv},
+        {".txt", _BMP_load_csv},   {".ccr", _BMP_load_ccr},   {".dxr", _BMP_load_dxr}, {".jpg", _BMP_load_jpeg},
+        {".jpeg", _BMP_load_jpeg}, {".png", _BMP_load_png},   {".bin", _BMP_load_raw}, {".raw", _BMP_load_raw},
+        {".tif", _BMP_load_tiff},  {".tiff", _BMP_load_tiff},
     };
     _parseInfoTxt(camera, bmp);
     for (const auto& row : kLoaders)

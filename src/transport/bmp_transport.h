@@ -122,13 +122,13 @@ ci_u32 _BMP_sample_width(ci_u32 bits);
 
 // Keeps a Bayer image of width x height samples; false when memory runs
 // out (the callers log, under the loader's name).
-bool _BMP_keep_bayer(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height,
-                              ci_u32 bits, const std::vector<ci_u32>& samples);
+bool _BMP_keep_bayer(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height, ci_u32 bits,
+                     const std::vector<ci_u32>& samples);
 // Keeps three colour planes (red, green, blue) as B, G, R pixels: 8-bit
 // planes as CI_RGB32 (X = 255), deeper ones as CI_RGB48 shifted to the top
 // of their 16-bit slots.  False when memory runs out.
-bool _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width,
-                                      ci_s32 height, ci_u32 bits, const std::vector<ci_u32>& planes);
+bool _BMP_keep_colour_planes(ci_camera_t* camera, BMP_Transport_Context* bmp, ci_s32 width, ci_s32 height, ci_u32 bits,
+                             const std::vector<ci_u32>& planes);
 
 // Bytes a text image's sample takes in the frame: the YCbCr readings with
 // two samples a pixel store each sample alone.
