@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "image_camera.h"
 #include "imagefile_input.h"
 #include "scratch_dir.h"
 #include "test_paths.h"
@@ -49,5 +50,8 @@ TEST(ImageFuzzRegressions, EverySeedOpens) {
     const std::vector<std::string> files = files_in(dir);
     ASSERT_FALSE(files.empty());
     ScratchDir scratch;
-    for (const std::string& file : files) EXPECT_EQ(replay(file, scratch), CI_CAMERA_SUCCESS) << file;
+    for (const std::string& file : files) {
+        if (!image_format_built(file)) continue;
+        EXPECT_EQ(replay(file, scratch), CI_CAMERA_SUCCESS) << file;
+    }
 }

@@ -343,6 +343,7 @@ TEST_F(ImageLoaders, TruncatedFilesFailWithTheirLoadersMessage) {
     const std::string images = std::string(ck_test_data_dir()) + "/images/";
     for (const Row& row : rows) {
         SCOPED_TRACE(row.sample);
+        if (!image_format_built(row.sample)) continue;
         const std::string whole = scratch_read_file(images + row.sample);
         ASSERT_FALSE(whole.empty());
         const std::string name = row.sample;

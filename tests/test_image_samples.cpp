@@ -59,6 +59,7 @@ TEST(ImageSamples, EveryLoaderDeliversWhatTheGeneratorWrote) {
     }
     for (const Sample& s : samples) {
         SCOPED_TRACE(s.file);
+        if (!image_format_built(s.file)) continue;
         ImageCamera cam(images_dir() + "/" + s.file);
         ASSERT_EQ(cam.result(), CI_CAMERA_SUCCESS);
         ASSERT_NE(cam.get(), nullptr);

@@ -1,5 +1,7 @@
 #include "image_camera.h"
 
+#include <strings.h>
+
 ImageCamera::ImageCamera(const std::string& path) {
     ci_camera_t* cameras[4] = {};
     ci_s32 n = 0;
@@ -31,4 +33,12 @@ std::string ErrorLogCapture::text() const {
     char name[CI_STRING_LEN];
     ci_GetErrorLogFileName(name);
     return scratch_read_file(name);
+}
+
+bool image_format_built(const std::string& file) {
+    const size_t dot = file.rfind('.');
+    const std::string ext = dot == std::string::npos ? "" : file.substr(dot);
+    if (strcasecmp(ext.c_str(), ".png") == 0) return CAMKIT_HAVE_PNG != 0;
+    if (strcasecmp(ext.c_str(), ".tif") == 0 || strcasecmp(ext.c_str(), ".tiff") == 0) return CAMKIT_HAVE_TIFF != 0;
+    return true;
 }

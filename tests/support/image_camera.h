@@ -28,6 +28,9 @@ private:
     ci_error_code result_ = CI_CAMERA_ERROR;
 };
 
+// False for a PNG or TIFF file when this build reads no such files.
+bool image_format_built(const std::string& file);
+
 // Sends the error log to a scratch file while it exists.
 class ErrorLogCapture {
 public:
