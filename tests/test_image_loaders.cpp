@@ -393,3 +393,22 @@ TEST_F(ImageLoaders, JpegKeepsTheFileAndReportsItsLength) {
     EXPECT_EQ(ImageCamera(file("k.jpg", "\xFF\xD8\xFF\xD9")).get(), nullptr);
     EXPECT_NE(log.text().find("JPEG file has no frame header"), std::string::npos);
 }
+
+TEST_F(ImageLoaders, RowCopiesFollowTheSensorWindowAndTheCallersBuffer) {
+    // 3 x 2 pixels of 32 bits, pixel (x, y) = {x, y, 7, 9}.
+    std::string rows;
+    for (int y = 1; y >= 0; y--)
+        for (int x = 0; x < 3; x++) rows += std::string{(char)x, (char)y, '\x07', '\x09'};
+    ImageCamera cam(file("w.bmp", bitmap(3, 2, 32, rows)));
+    ASSERT_NE(cam.get(), nullptr);
+    ASSERT_EQ(ci_updateFrameSize(cam.get(), 2, 1, 0, 0), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(cam.grab(), bytes({0, 0, 7, 9, 1, 0, 7, 9})) << "the window's corner of the image";
+    ASSERT_EQ(ci_updateFrameSize(cam.get(), 4, 3, 0, 0), CI_CAMERA_SUCCESS);
+    Bytes wide = cam.grab();
+    ASSERT_EQ(wide.size(), 48u);
+    EXPECT_EQ(Bytes(wide.begin(), wide.begin() + 12), bytes({0, 0, 7, 9, 1, 0, 7, 9, 2, 0, 7, 9}));
+    EXPECT_EQ(Bytes(wide.begin() + 12, wide.begin() + 16), Bytes(4, 0xEE)) << "past the image's row";
+    EXPECT_EQ(Bytes(wide.begin() + 32, wide.end()), Bytes(16, 0xEE)) << "past the image's last row";
+    EXPECT_EQ(cam.grab(20), (Bytes{0, 0, 7, 9, 1, 0, 7, 9, 2, 0, 7, 9, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}))
+        << "only whole rows fit in the caller's buffer";
+}

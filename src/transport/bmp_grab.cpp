@@ -52,10 +52,16 @@ Window _window(const ci_sensor_t* sensor, const BMP_Transport_Context* bmp, ci_u
     return w;
 }
 
-ci_u32 _scale(ci_u32 v, ci_u32 from, ci_u32 to) { return to >= from ? v << (to - from) : v >> (from - to); }
+// A sample moved from one depth to another (depths beyond 32 bits count as
+// 32: no sample is wider).
+ci_u32 _scale(ci_u32 v, ci_u32 from, ci_u32 to) {
+    to = std::min<ci_u32>(to, 32);
+    return to >= from ? (ci_u32)((ci_u64)v << (to - from)) : v >> (from - to);
+}
 
+// A sample stored little-endian in `bytes` bytes (zeros past the fourth).
 void _put(ci_u8* p, size_t bytes, ci_u32 v) {
-    for (size_t b = 0; b < bytes; b++) p[b] = (ci_u8)(v >> (8 * b));
+    for (size_t b = 0; b < bytes; b++) p[b] = b < 4 ? (ci_u8)(v >> (8 * b)) : 0;
 }
 
 ci_error_code _rows(const ci_sensor_t* sensor, const BMP_Transport_Context* bmp, ci_u8* dst, ci_u32 size) {

@@ -71,6 +71,7 @@ ci_error_code _BMP_load_jpeg(ci_camera_t* camera, BMP_Transport_Context* bmp) {
     memcpy(bmp->buffer_u8, file.data(), file.size());
     bmp->imageType = CI_JPEG;
     bmp->imageStride = 0;
-    camera->sensor->bufferSize = std::max<ci_u32>(2 * (width * height + 0x200000), bmp->bufferSize8);
+    const ci_u64 room = std::max<ci_u64>(2 * ((ci_u64)width * height + 0x200000), bmp->bufferSize8);
+    camera->sensor->bufferSize = (ci_u32)std::min<ci_u64>(room, 0xFFFFFFFFu);
     return CI_CAMERA_SUCCESS;
 }
