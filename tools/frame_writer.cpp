@@ -9,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "frame_jpeg.h"
 #include "frame_pixels.h"
 
 #ifdef CAMKIT_CLI_HAVE_PNG
@@ -181,7 +182,10 @@ bool write_frame(const std::string& path, const FrameView& frame, std::string& e
         return false;
     }
     const std::string temporary = path + ".part";
-    const bool ok = picture ? write_picture(temporary, ext, frame, error)
+    std::vector<ci_u8> pixels;
+    FrameView decoded = frame;
+    if (picture && ci_IsJpegImageType(frame.type) && !decode_jpeg_frame(frame, pixels, decoded, error)) return false;
+    const bool ok = picture ? write_picture(temporary, ext, decoded, error)
                             : write_bytes(temporary, frame.data, frame.bytes, error);
     if (ok && std::rename(temporary.c_str(), path.c_str()) == 0) return true;
     if (ok) error = "cannot rename the file to " + path + ": " + std::strerror(errno);

@@ -1,10 +1,11 @@
 // Writing grabbed frames to image files, chosen by the file's extension:
 //   .png          libpng: 8- or 16-bit grey for raw and Bayer data (16-bit
 //                 samples MSB-aligned, with the significant bits recorded),
-//                 8- or 16-bit RGB for colour types
+//                 8- or 16-bit RGB for colour types, JPEG frames decoded
+//                 (libjpeg) to 8-bit RGB
 //   .tif, .tiff   libtiff: the same sample layouts
 //   .raw          the frame's bytes as grabbed
-//   .jpg, .jpeg   a JPEG frame's bytes (JPEG frames can only be saved so)
+//   .jpg, .jpeg   a JPEG frame's bytes
 // The writer takes public types only, so that any command (grab, the demo
 // tour, preset image saving) can use it.
 #pragma once
