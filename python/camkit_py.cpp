@@ -325,6 +325,17 @@ private:
 
 // ---------------------------------------------------------------- frames
 
+// A JPEG frame is as long as the transport says it is (the buffer is sized
+// for the worst case); the whole buffer when it keeps no frame data.
+py::array jpeg_bytes(ci_camera_t* camera, const py::array& frame) {
+    ci_frame_data_t d{};
+    if (ci_getFrameData(camera, &d) != CI_CAMERA_SUCCESS || d.imageBytesReturned == 0 ||
+        d.imageBytesReturned >= (ci_u32)frame.nbytes()) {
+        return frame;
+    }
+    return frame[py::slice(0, (py::ssize_t)d.imageBytesReturned, 1)].cast<py::array>();  // a view, no copy
+}
+
 py::array grab(const Camera& camera) {
     ci_camera_t* c = camera.get();
     const ci_sensor_t& s = camera.sensor();
@@ -337,7 +348,7 @@ py::array grab(const Camera& camera) {
         code = ci_grabFrame(c, static_cast<ci_u8*>(data), bytes);
     }
     check(code, "grabbing a frame");
-    return frame;
+    return ci_IsJpegImageType(s.imageType) ? jpeg_bytes(c, frame) : frame;
 }
 
 py::object frame_info(const Camera& camera) {
@@ -471,7 +482,7 @@ PYBIND11_MODULE(_camkit, m) {
                                "The camera record's address, for calling the C interface (ctypes) directly.")
         .def("start", [](const Camera& c) { check(ci_startTransport(c.get()), "starting the transport"); })
         .def("stop", [](const Camera& c) { check(ci_stopTransport(c.get()), "stopping the transport"); })
-        .def("grab", &grab, "Grabs a frame into a new NumPy array shaped by the image type.")
+        .def("grab", &grab, "Grabs a frame into a new NumPy array shaped by the image type (a JPEG frame: its bytes).")
         .def("preset", &run_preset, py::arg("name"), py::arg("file") = py::none(),
              "Runs a preset (of file, or of the sensor's default preset file) and returns each line as a dict:\n"
              "section, depth, line, outcome ('ok', 'error', 'skipped', 'not supported'), error, message.")

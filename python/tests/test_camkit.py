@@ -1,6 +1,6 @@
-"""The Python binding against the null camera, the simulated-camera plugin
-and the video-file camera: registers and fields, values by data type,
-errors, lifetimes, frame arrays and threads."""
+"""The Python binding against the null camera, the simulated-camera plugin,
+the image-file and the video-file cameras: registers and fields, values by
+data type, errors, lifetimes, presets, frame arrays and threads."""
 import os
 import threading
 
@@ -164,3 +164,44 @@ def test_preset_runs_and_reports_each_line(simcam, tmp_path):
 def test_the_default_preset_file_is_the_sensors(simcam):
     lines = simcam.preset("Kite Initialization")
     assert lines and all(l["outcome"] != "error" for l in lines)
+
+
+def _image_samples():
+    """Rows of data/images/manifest.txt: file, width, height, image type."""
+    manifest = os.path.join(DATA, "images", "manifest.txt")
+    if not os.path.exists(manifest):
+        return []
+    rows = []
+    with open(manifest) as f:
+        for line in f:
+            if line.startswith("#") or not line.strip():
+                continue
+            name, width, height, image_type = line.split()[:4]
+            rows.append((name, int(width), int(height), int(image_type)))
+    return rows
+
+
+# Element type and trailing shape by image type: Bayer by pixel depth,
+# colour with its channels, JPEG as bytes.
+_LAYOUTS = {1: (np.uint8, ()), 2: (np.uint16, ()), 12: (np.uint16, ()), 24: (np.uint32, ()),
+            11: (np.uint8, (4,)), 15: (np.uint16, (3,)), 18: (np.uint8, (4,)), 16: (np.uint8, None),
+            5: (np.uint8, None)}
+
+
+@pytest.mark.parametrize("name, width, height, image_type", _image_samples())
+def test_image_file_cameras_grab_the_samples_frames(name, width, height, image_type):
+    path = os.path.join(DATA, "images", name)
+    try:
+        cams = camkit.open(transports="image", sensor_data=path)
+    except camkit.Error as e:
+        pytest.skip(f"{name} does not open in this build: {e.symbol}")
+    with cams:
+        cam = cams[0]
+        assert (cam.sensor["width"], cam.sensor["height"]) == (width, height)
+        frame = cam.grab()
+        with open(os.path.join(DATA, "images", "expected", name + ".frame"), "rb") as f:
+            expected = f.read()
+        assert frame.tobytes() == expected
+        dtype, channels = _LAYOUTS.get(image_type, (None, None))
+        if dtype is not None and channels is not None:
+            assert frame.dtype == dtype and frame.shape == (height, width) + channels
