@@ -92,6 +92,9 @@ const char* sdat_skip_separators(const char* p);
 ci_error_code parse_sensor_descriptor(sdat_reader* r);
 ci_error_code parse_optional(sdat_reader* r);
 ci_error_code parse_addr_space(sdat_reader* r);
+// Address-space type of a keyword (ignoring case); CI_REG_ADDR for any
+// keyword not known.
+ci_addr_type sdat_addr_type(const char* keyword);
 ci_s32 get_num_regs(sdat_reader* r);
 ci_error_code parse_registers(sdat_reader* r);
 ci_error_code parse_subdevices(sdat_reader* r);
