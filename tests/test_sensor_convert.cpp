@@ -1,0 +1,145 @@
+// Writing sensor descriptions in both forms: reading a written file gives
+// the same records, field for field, for the bundled samples, every kept
+// fuzz input that parses, and the values only the XML form carries.
+#include <dirent.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "core/camkit_private.h"
+#include "scratch_dir.h"
+#include "sdat_camera.h"
+#include "sensor_builder.h"
+#include "sensor_compare.h"
+#include "test_paths.h"
+
+namespace {
+
+std::vector<std::string> files_in(const std::string& dir, const std::string& extension) {
+    std::vector<std::string> files;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* e = readdir(d)) {
+            std::string name = e->d_name;
+            if (name[0] != '.' && name.size() > extension.size() &&
+                name.compare(name.size() - extension.size(), extension.size(), extension) == 0)
+                files.push_back(dir + "/" + name);
+        }
+        closedir(d);
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+std::string join(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) text += line + "\n";
+    return text;
+}
+
+SensorView view(const ParseCamera& cam) { return {cam.sensor(), cam.ctx()}; }
+
+// Reads source, writes it as `as` (".xsdat" or ".sdat"), reads that back and
+// returns the differences.
+std::string round_trip(const std::string& source, const ScratchDir& dir, const std::string& as) {
+    ParseCamera first;
+    if (first.parse(source) != CI_PARSE_SUCCESS) return "the source does not parse";
+    const std::string written = dir.file("written" + as);
+    if (ci_WriteSensorFile(first, written.c_str()) != CI_CAMERA_SUCCESS) return "not written";
+    ParseCamera second;
+    ci_error_code read = second.parse(written);
+    if (read != CI_PARSE_SUCCESS) return "the written file gives " + std::to_string(read);
+    return join(sensor_differences(view(first), view(second)));
+}
+
+std::string samples_dir() { return std::string(ck_test_data_dir()) + "/sensor_data"; }
+
+TEST(SensorConvert, SamplesRoundTripThroughBothForms) {
+    std::vector<std::string> samples = files_in(samples_dir(), ".sdat");
+    ASSERT_EQ(3u, samples.size());
+    ScratchDir dir;
+    for (const std::string& sample : samples) {
+        EXPECT_EQ("", round_trip(sample, dir, ".xsdat")) << sample;
+        EXPECT_EQ("", round_trip(sample, dir, ".sdat")) << sample;
+        // And back from the XML file to the text form.
+        ParseCamera cam;
+        ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(sample));
+        const std::string xml = dir.file("s.xsdat");
+        ASSERT_EQ(CI_CAMERA_SUCCESS, ci_WriteSensorFile(cam, xml.c_str()));
+        EXPECT_EQ("", round_trip(xml, dir, ".sdat")) << sample;
+    }
+}
+
+TEST(SensorConvert, CheckedInXmlSamplesMatchTheirTextForm) {
+    std::vector<std::string> samples = files_in(samples_dir(), ".sdat");
+    for (const std::string& sample : samples) {
+        std::string name = sample.substr(sample.rfind('/') + 1);
+        std::string xml = samples_dir() + "/xml/" + name.substr(0, name.size() - 5) + ".xsdat";
+        ParseCamera text;
+        ParseCamera fromXml;
+        ASSERT_EQ(CI_PARSE_SUCCESS, text.parse(sample));
+        ASSERT_EQ(CI_PARSE_SUCCESS, fromXml.parse(xml)) << xml;
+        EXPECT_EQ("", join(sensor_differences(view(text), view(fromXml)))) << xml;
+    }
+}
+
+TEST(SensorConvert, KeptFuzzInputsThatParseRoundTrip) {
+    const std::string dirName = std::string(ck_test_source_dir()) + "/tests/data/fuzz_regressions/sdat";
+    ScratchDir dir;
+    int parsed = 0;
+    for (const std::string& input : files_in(dirName, ".sdat")) {
+        ParseCamera cam;
+        if (cam.parse(input) != CI_PARSE_SUCCESS) continue;
+        ++parsed;
+        EXPECT_EQ("", round_trip(input, dir, ".xsdat")) << input;
+        EXPECT_EQ("", round_trip(input, dir, ".sdat")) << input;
+    }
+    EXPECT_GE(parsed, 3);
+}
+
+// What only the XML form holds (data types, ranges, flags, long
+// descriptions, JPEG, page selectors of any address width) and texts that
+// need escaping.
+TEST(SensorConvert, XmlOnlyValuesAndEscapedTextsRoundTrip) {
+    ScratchDir dir;
+    const std::string source = dir.write(
+        "rich.xsdat",
+        "<?xml version='1.0'?>\n<sensor_data>\n"
+        "<sensor name='A &amp; B &lt;x&gt;' version_name='Rev &quot;2&quot;&#9;b' image_type='JPEG'"
+        " ship_base_address='0x20 0x22' reg_addr_size='16' reg_data_size='32' width='8' height='8'/>\n"
+        "<part_number name='P1' reg='ID' serial='0x30' addr='0x10 : 16' mask='0xF : 8' value='1 2'/>\n"
+        "<or_match/><version_reg_waitfor reg='W' mask='1' value='1' timeout='-1'/>\n"
+        "<extra_match reg='' mask='0' value='3'/>\n"
+        "<addr_spaces><space name='S' type='far2_mcu' value='2' desc=' d ' far_base='0x90' far_addr_size='8'"
+        " far_data_size='16'/></addr_spaces>\n"
+        "<registers><reg name='R' datatype='fixed4' mask='0xFF' range='0x80 0x7F' volatile='Y' confidential='P'>"
+        "<bitfield name='F' mask='3' datatype='signed' range='0x2 0x1' confidential='P'>"
+        "<detail>line one&#13;\nline\ttwo &amp; &lt;three&gt; \"q\" 'a'</detail></bitfield>"
+        "<detail>  padded  </detail></reg></registers>\n"
+        "<long_desc reg='R' bitfield='F'>long &amp; &lt;text&gt;\nover lines</long_desc>\n"
+        "</sensor_data>\n");
+    EXPECT_EQ("", round_trip(source, dir, ".xsdat"));
+    ParseCamera cam;
+    ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(source));
+    EXPECT_STREQ("line one\r\nline\ttwo & <three> \"q\" 'a'", cam.reg("R")->bitfield[0].detail);
+    EXPECT_STREQ("  padded  ", cam.reg("R")->detail);
+    EXPECT_EQ(0x80u, cam.reg("R")->minimum);
+}
+
+TEST(SensorConvert, TextsXmlCannotCarryAreRefused) {
+    ScratchDir dir;
+    ParseCamera cam;
+    ASSERT_EQ(CI_PARSE_SUCCESS,
+              cam.parse(dir.write("c.sdat", sdat_with(sdat_section("REGISTERS", "R = {1, X, 0xFF, RW, 0, \"a\x01b\", "
+                                                                                "\"\"}\n")))));
+    LogCapture log;
+    const std::string out = dir.file("c.xsdat");
+    EXPECT_EQ(CI_CAMERA_ERROR, ci_WriteSensorFile(cam, out.c_str()));
+    EXPECT_FALSE(scratch_file_exists(out));
+    EXPECT_EQ(1, count_of(log.text(), "XML cannot carry"));
+    EXPECT_EQ(CI_CAMERA_ERROR, ci_WriteSensorFile(cam, dir.file("c.txt").c_str()));
+    EXPECT_EQ(CI_PARSE_FILE_ERROR, ci_WriteSensorFile(cam, (dir.path() + "/missing/c.sdat").c_str()));
+}
+
+}  // namespace
