@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "bus_sim.h"
+#include "cli_runner.h"
 #include "core/camkit_private.h"
 #include "scratch_dir.h"
 #include "sdat_camera.h"
@@ -140,6 +142,63 @@ TEST(SensorConvert, TextsXmlCannotCarryAreRefused) {
     EXPECT_EQ(1, count_of(log.text(), "XML cannot carry"));
     EXPECT_EQ(CI_CAMERA_ERROR, ci_WriteSensorFile(cam, dir.file("c.txt").c_str()));
     EXPECT_EQ(CI_PARSE_FILE_ERROR, ci_WriteSensorFile(cam, (dir.path() + "/missing/c.sdat").c_str()));
+}
+
+}  // namespace
+
+namespace {
+
+std::string copy_into(const ScratchDir& dir, const std::string& path) {
+    return dir.write(path.substr(path.rfind('/') + 1), scratch_read_file(path));
+}
+
+// A directory holding text and XML descriptions: each sample device is
+// recognised by whichever file describes it.
+TEST(SensorConvert, IdentificationSearchesBothForms) {
+    ScratchDir mixed;
+    copy_into(mixed, samples_dir() + "/xml/ck_page8.xsdat");
+    copy_into(mixed, samples_dir() + "/xml/ck_soc.xsdat");
+    copy_into(mixed, samples_dir() + "/ck_bayer16.sdat");
+    const struct {
+        const char* plugged;
+        const char* file;
+    } rows[] = {{"ck_page8.sdat", "ck_page8.xsdat"}, {"ck_bayer16.sdat", "ck_bayer16.sdat"}};
+    for (const auto& row : rows) {
+        BusSim bus;
+        SimCamera camera(bus);
+        bus.addSensorFromFile(samples_dir() + "/" + row.plugged);
+        ASSERT_EQ(CI_CAMERA_SUCCESS, _getSensor(camera.get(), mixed.path().c_str())) << row.plugged;
+        std::string file = camera->sensor->sensorFileName;
+        EXPECT_EQ(row.file, file.substr(file.rfind('/') + 1));
+        ParseCamera text;
+        ASSERT_EQ(CI_PARSE_SUCCESS, text.parse(samples_dir() + "/" + row.plugged));
+        EXPECT_EQ(text.sensor()->num_regs, camera->sensor->num_regs);
+        EXPECT_STREQ(text.sensor()->sensorName, camera->sensor->sensorName);
+    }
+}
+
+TEST(SensorConvertTool, ConvertsBothWaysAndRefusesWhatItCannotRead) {
+    CliRunner cli;
+    if (!cli.available()) GTEST_SKIP() << "the tool was not built";
+    const std::string sample = samples_dir() + "/ck_soc.sdat";
+    ToolResult r = cli.run({"convert", sample, "soc.xsdat"});
+    EXPECT_EQ(0, r.status) << r.err;
+    EXPECT_NE(std::string::npos, r.out.find("-> soc.xsdat"));
+    r = cli.run({"convert", cli.dir().file("soc.xsdat"), "soc.sdat"});
+    EXPECT_EQ(0, r.status) << r.err;
+    ParseCamera original;
+    ParseCamera twice;
+    ASSERT_EQ(CI_PARSE_SUCCESS, original.parse(sample));
+    ASSERT_EQ(CI_PARSE_SUCCESS, twice.parse(cli.dir().file("soc.sdat")));
+    EXPECT_EQ("", join(sensor_differences(view(original), view(twice))));
+
+    EXPECT_EQ(2, cli.run({"convert", sample}).status);
+    EXPECT_EQ(2, cli.run({"convert", sample, "out.txt"}).status);
+    cli.dir().write("bad.xsdat", "<?xml version='1.0'?><sensor_data><registers>");
+    r = cli.run({"convert", cli.dir().file("bad.xsdat"), "out.sdat"});
+    EXPECT_EQ(1, r.status);
+    EXPECT_NE(std::string::npos, r.err.find("not a sensor data file the reader accepts"));
+    EXPECT_FALSE(scratch_file_exists(cli.dir().file("out.sdat")));
 }
 
 }  // namespace

@@ -52,6 +52,7 @@ int run_watch(Session& session, const Args& args);
 int run_diff(Session& session, const Args& args);
 int run_names(Session& session, const Args& args);
 int run_demo(Session& session, const Args& args);
+int run_convert(Session& session, const Args& args);
 int run_help(Session& session, const Args& args);
 int run_version(Session& session, const Args& args);
 

@@ -52,11 +52,12 @@ void sensor_element(xml_out* x, const sensor_source* src) {
 void part_number(xml_out* x, const _partNumberData* pn) {
     xml_out_open(x, "part_number");
     xml_out_attr(x, "name", pn->partNumber);
+    // Values a new entry starts with are left out.
     if (pn->regName[0]) xml_out_attr(x, "reg", pn->regName);
-    xml_out_attr_x(x, "serial", pn->baseAddr);
-    pair(x, "addr", pn->regAddr, pn->addrSize);
-    pair(x, "mask", pn->mask, pn->dataSize);
-    value_list(x, "value", pn->value, pn->numValues);
+    if (pn->baseAddr) xml_out_attr_x(x, "serial", pn->baseAddr);
+    if (pn->regAddr || pn->addrSize != 8) pair(x, "addr", pn->regAddr, pn->addrSize);
+    if (pn->mask || pn->dataSize != 16) pair(x, "mask", pn->mask, pn->dataSize);
+    if (pn->numValues > 0) value_list(x, "value", pn->value, pn->numValues);
     xml_out_close(x, "part_number");
 }
 
