@@ -87,17 +87,22 @@ TEST(SensorConvert, CheckedInXmlSamplesMatchTheirTextForm) {
 }
 
 TEST(SensorConvert, KeptFuzzInputsThatParseRoundTrip) {
-    const std::string dirName = std::string(ck_test_source_dir()) + "/tests/data/fuzz_regressions/sdat";
+    const std::string kept = std::string(ck_test_source_dir()) + "/tests/data/fuzz_regressions/";
+    std::vector<std::string> inputs = files_in(kept + "sdat", ".sdat");
+    for (const std::string& input : files_in(kept + "xsdat", ".xsdat")) inputs.push_back(input);
     ScratchDir dir;
     int parsed = 0;
-    for (const std::string& input : files_in(dirName, ".sdat")) {
+    for (const std::string& input : inputs) {
         ParseCamera cam;
         if (cam.parse(input) != CI_PARSE_SUCCESS) continue;
         ++parsed;
         EXPECT_EQ("", round_trip(input, dir, ".xsdat")) << input;
-        EXPECT_EQ("", round_trip(input, dir, ".sdat")) << input;
+        // The text form carries what a text file gave.
+        if (input.find("/sdat/") != std::string::npos) {
+            EXPECT_EQ("", round_trip(input, dir, ".sdat")) << input;
+        }
     }
-    EXPECT_GE(parsed, 3);
+    EXPECT_GE(parsed, 4);
 }
 
 // What only the XML form holds (data types, ranges, flags, long

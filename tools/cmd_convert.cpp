@@ -35,8 +35,7 @@ int run_convert(Session&, const Args& args) {
     const ci_error_code opened = ci_OpenCameras2(cameras, &n, in.c_str(), CI_TRANSPORT_NULL, "");
     if (n < 1) {
         return report_error("convert", opened ? opened : CI_SENSOR_FILE_PARSE_ERROR,
-                            in + " is not a sensor data file the reader accepts (--log names a file that shows the "
-                                 "reader's error and line)");
+                            in + " is not a sensor data file the reader accepts");
     }
     const ci_error_code written = ci_WriteSensorFile(cameras[0], out.c_str());
     ci_CloseCameras2(cameras, n);

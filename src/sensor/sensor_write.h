@@ -30,5 +30,8 @@ const char* sensor_space_of(const ci_reg_data_t* reg);
 // Whether the bits per clock were given: the key sets the receiver depth
 // too, which otherwise keeps the camera's own value.
 int sensor_bits_per_clock_given(const _common_context_t* ctx);
+// Registers read before the address spaces have none; they are written
+// before the address-space table.  The number of such leading registers.
+ci_s32 sensor_regs_before_spaces(const ci_sensor_t* sensor);
 // A write entry (rather than one to wait for).
 int sensor_is_plain_write(const _versionRegWrite* w);

@@ -54,3 +54,10 @@ const char* sensor_space_of(const ci_reg_data_t* reg) {
 int sensor_is_plain_write(const _versionRegWrite* w) { return w->timeout == -1 && w->numValues == 1; }
 
 int sensor_bits_per_clock_given(const _common_context_t* ctx) { return ctx->rxBitDepth == ctx->bitsPerClock; }
+
+ci_s32 sensor_regs_before_spaces(const ci_sensor_t* sensor) {
+    if (!sensor->addr_space) return 0;
+    ci_s32 n = 0;
+    while (n < sensor->num_regs && !sensor->regs[n].addr_space) ++n;
+    return n;
+}

@@ -130,10 +130,10 @@ void address_spaces(FILE* fp, const ci_addr_space_t* table) {
     fputs("[END]\n\n", fp);
 }
 
-void registers(FILE* fp, const ci_sensor_t* s) {
-    if (s->num_regs <= 0) return;
+void registers(FILE* fp, const ci_sensor_t* s, ci_s32 from, ci_s32 to) {
+    if (from >= to) return;
     fputs("[REGISTERS]\n", fp);
-    for (ci_s32 i = 0; i < s->num_regs; ++i) {
+    for (ci_s32 i = from; i < to; ++i) {
         const ci_reg_data_t* r = &s->regs[i];
         fprintf(fp, "%s = {0x%X, %s, %u, 0x%X, %s, 0x%X, \"%s\", \"%s\"}\n", r->unique_desc, r->reg_addr,
                 sensor_space_of(r), r->addr_span, r->bitmask, sensor_access_keyword(r->rw), r->default_val,
@@ -144,7 +144,7 @@ void registers(FILE* fp, const ci_sensor_t* s) {
                     f->desc, f->detail);
         }
     }
-    fputs("[END]\n", fp);
+    fputs("[END]\n\n", fp);
 }
 
 }  // namespace
@@ -153,7 +153,9 @@ ci_error_code sensor_write_text(FILE* fp, const sensor_source* src) {
     fputs("; Sensor description written by camkit.\n\n", fp);
     descriptor(fp, src);
     optional_sections(fp, src);
+    ci_s32 early = sensor_regs_before_spaces(src->sensor);
+    registers(fp, src->sensor, 0, early);
     address_spaces(fp, src->sensor->addr_space);
-    registers(fp, src->sensor);
+    registers(fp, src->sensor, early, src->sensor->num_regs);
     return CI_CAMERA_SUCCESS;
 }

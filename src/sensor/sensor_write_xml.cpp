@@ -167,7 +167,7 @@ void reg(xml_out* x, const ci_sensor_t* s, const ci_reg_data_t* r) {
     xml_out_open(x, "reg");
     xml_out_attr(x, "name", r->unique_desc);
     xml_out_attr_x(x, "addr", r->reg_addr);
-    if (s->addr_space && s->addr_space->num_vals > 0) xml_out_attr(x, "space", sensor_space_of(r));
+    if (r->addr_space || (s->addr_space && s->addr_space->num_vals > 0)) xml_out_attr(x, "space", sensor_space_of(r));
     xml_out_attr_u(x, "span", r->addr_span);
     xml_out_attr_x(x, "mask", r->bitmask);
     xml_out_attr_x(x, "default", r->default_val);
@@ -176,6 +176,13 @@ void reg(xml_out* x, const ci_sensor_t* s, const ci_reg_data_t* r) {
     for (ci_s32 b = 0; b < r->num_bitfields; ++b) bitfield(x, &r->bitfield[b]);
     if (r->detail[0]) xml_out_text_element(x, "detail", r->detail);
     xml_out_close(x, "reg");
+}
+
+void registers(xml_out* x, const ci_sensor_t* s, ci_s32 from, ci_s32 to) {
+    if (from >= to) return;
+    xml_out_open(x, "registers");
+    for (ci_s32 i = from; i < to; ++i) reg(x, s, &s->regs[i]);
+    xml_out_close(x, "registers");
 }
 
 void long_descriptions(xml_out* x, const ci_sensor_t* s) {
@@ -199,12 +206,10 @@ ci_error_code sensor_write_xml(FILE* fp, const sensor_source* src) {
     xml_out_open(&x, "sensor_data");
     sensor_element(&x, src);
     probe_data(&x, src->ctx);
+    ci_s32 early = sensor_regs_before_spaces(s);
+    registers(&x, s, 0, early);
     address_spaces(&x, s->addr_space);
-    if (s->num_regs > 0) {
-        xml_out_open(&x, "registers");
-        for (ci_s32 i = 0; i < s->num_regs; ++i) reg(&x, s, &s->regs[i]);
-        xml_out_close(&x, "registers");
-    }
+    registers(&x, s, early, s->num_regs);
     long_descriptions(&x, s);
     xml_out_close(&x, "sensor_data");
     fputc('\n', fp);
