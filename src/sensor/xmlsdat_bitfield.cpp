@@ -1,5 +1,6 @@
 // `bitfield` inside `reg`: a bitfield record of the current register.  The
-// register's bitfield array starts with room for 33 and doubles when full.
+// register's bitfield array starts with room for 33 and doubles when full;
+// the end of the register cuts it to size.
 #define CK_SOURCE "xmlsdat"
 #include <stdint.h>
 #include <stdlib.h>
@@ -18,8 +19,6 @@ bool make_room(_SdatHandler* h, ci_reg_data_t* reg) {
     void* grown = realloc(reg->bitfield, static_cast<size_t>(capacity) * sizeof *reg->bitfield);
     if (!grown) return false;
     reg->bitfield = static_cast<ci_bitfield_t*>(grown);
-    memset(reg->bitfield + reg->num_bitfields, 0,
-           static_cast<size_t>(capacity - reg->num_bitfields) * sizeof *reg->bitfield);
     h->bitfieldCapacity = capacity;
     return true;
 }
@@ -42,6 +41,7 @@ bool xml_bitfield_start(_SdatHandler* h, const char** atts) {
         return false;
     }
     ci_bitfield_t* bf = &reg->bitfield[reg->num_bitfields];
+    memset(bf, 0, sizeof *bf);
     bf->rw = 1;
     bf->datatype = CI_TYPE_UNSIGNED;
     read_attributes(bf, atts);
@@ -53,4 +53,16 @@ bool xml_bitfield_start(_SdatHandler* h, const char** atts) {
 void xml_bitfield_end(_SdatHandler* h) {
     h->inBitfield = false;
     h->bitfield = -1;
+}
+
+void xml_bitfields_fit(_SdatHandler* h, ci_reg_data_t* reg) {
+    if (reg->num_bitfields == h->bitfieldCapacity) return;
+    if (reg->num_bitfields == 0) {
+        free(reg->bitfield);
+        reg->bitfield = nullptr;
+    } else {
+        void* exact = realloc(reg->bitfield, static_cast<size_t>(reg->num_bitfields) * sizeof *reg->bitfield);
+        if (exact) reg->bitfield = static_cast<ci_bitfield_t*>(exact);
+    }
+    h->bitfieldCapacity = reg->num_bitfields;
 }

@@ -87,6 +87,8 @@ void xml_reg_end(_SdatHandler* h);
 void xml_registers_end(_SdatHandler* h);
 bool xml_bitfield_start(_SdatHandler* h, const char** atts);  // xmlsdat_bitfield.cpp
 void xml_bitfield_end(_SdatHandler* h);
+// Cuts the register's bitfield array to its count.
+void xml_bitfields_fit(_SdatHandler* h, ci_reg_data_t* reg);
 void xml_detail_text(_SdatHandler* h, const char* text, int length);  // xmlsdat_text.cpp
 bool xml_long_desc_start(_SdatHandler* h, const char** atts);
 void xml_long_desc_text(_SdatHandler* h, const char* text, int length);

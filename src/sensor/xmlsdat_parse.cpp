@@ -3,6 +3,7 @@
 // element start, element end and character-data callbacks fill the records
 // through the handler state, and parser errors go to the error handler.
 #define CK_SOURCE "xmlsdat"
+#include <ctype.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -52,8 +53,9 @@ const element_row kElements[] = {
 };
 
 const element_row* find_element(const char* name) {
+    const int first = tolower(static_cast<unsigned char>(name[0]));
     for (const element_row& row : kElements)
-        if (osal_stricmp(row.name, name) == 0) return &row;
+        if (row.name[0] == first && osal_stricmp(row.name, name) == 0) return &row;
     return nullptr;
 }
 

@@ -109,8 +109,8 @@ bool xml_reg_start(_SdatHandler* h, const char** atts) {
     ci_reg_data_t* reg = &sensor->regs[sensor->num_regs];
     start_register(sensor, reg);
     read_attributes(sensor, reg, atts);
-    xml_note_element(h, "reg", reg->unique_desc);
     if (sdat_name_index_find(&h->names, sensor->regs, reg->unique_desc) >= 0) {
+        xml_note_element(h, "reg", reg->unique_desc);
         xml_fail(h, xml_report(h, CI_DUPLICATE_DESC_ERROR));
         memset(reg, 0, sizeof *reg);
         return true;  // the end of the element stops the parse
@@ -128,6 +128,8 @@ bool xml_reg_start(_SdatHandler* h, const char** atts) {
 }
 
 void xml_reg_end(_SdatHandler* h) {
+    ci_reg_data_t* reg = xml_current_reg(h);
+    if (reg) xml_bitfields_fit(h, reg);
     h->inReg = false;
     h->inBitfield = false;
     h->reg = -1;
