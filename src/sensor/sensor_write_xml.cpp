@@ -188,10 +188,11 @@ void registers(xml_out* x, const ci_sensor_t* s, ci_s32 from, ci_s32 to) {
 void long_descriptions(xml_out* x, const ci_sensor_t* s) {
     for (ci_s32 i = 0; i < s->num_long_desc; ++i) {
         const ci_long_desc_t* d = &s->long_desc[i];
+        if (!d->regName || !d->longDesc) continue;  // the mark of "none found"
         xml_out_open(x, "long_desc");
-        xml_out_attr(x, "reg", d->regName ? d->regName : "");
+        xml_out_attr(x, "reg", d->regName);
         if (d->bitfieldName) xml_out_attr(x, "bitfield", d->bitfieldName);
-        xml_out_text(x, d->longDesc ? d->longDesc : "");
+        xml_out_text(x, d->longDesc);
         x->depth--;
         fputs("</long_desc>", x->fp);
     }

@@ -31,6 +31,7 @@ typedef struct _SdatHandler {
     sdat_name_index names;  // registers stored so far, by name
     bool inReg, inBitfield, inDetail, inLongDesc;
     bool sensorSeen;
+    bool longDescOnly;  // a long-description file: only `long_desc` counts
     ci_error_code m_retVal;
 } _SdatHandler;
 

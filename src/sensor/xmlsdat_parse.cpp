@@ -64,6 +64,7 @@ _SdatHandler* handler_of(void* user) { return static_cast<_SdatHandler*>(user); 
 void XMLCALL on_start(void* user, const XML_Char* name, const XML_Char** atts) {
     _SdatHandler* h = handler_of(user);
     const element_row* row = find_element(name);
+    if (row && h->longDescOnly && row->start != xml_long_desc_start) row = nullptr;
     bool more = (row && row->start) ? row->start(h, atts) : xml_ok(h);
     if (!more) XML_StopParser(h->parser, XML_FALSE);
 }
@@ -71,6 +72,7 @@ void XMLCALL on_start(void* user, const XML_Char* name, const XML_Char** atts) {
 void XMLCALL on_end(void* user, const XML_Char* name) {
     _SdatHandler* h = handler_of(user);
     const element_row* row = find_element(name);
+    if (row && h->longDescOnly && row->end != xml_long_desc_end) row = nullptr;
     if (!row || !row->end) return;
     row->end(h);
     if (!xml_ok(h)) XML_StopParser(h->parser, XML_FALSE);
@@ -132,6 +134,7 @@ void init_handler(_SdatHandler* h, ci_camera_t* camera, ci_sensor_t* sensor, con
     h->bitfield = -1;
     h->term = &h->r.ctx->probe_term[h->r.ctx->num_probe_term - 1];
     h->regCapacity = sensor->num_regs;
+    h->longDescCapacity = sensor->num_long_desc;
     h->m_retVal = CI_PARSE_SUCCESS;
 }
 
@@ -142,7 +145,7 @@ ci_s32 initial_modes(ci_camera_t* camera, ci_s32) {
 
 ci_error_code finish(_SdatHandler* h) {
     sdat_name_index_free(&h->names);
-    if (h->m_retVal != CI_PARSE_SUCCESS) return h->m_retVal;
+    if (h->m_retVal != CI_PARSE_SUCCESS || h->longDescOnly) return h->m_retVal;
     if (!h->sensorSeen) {
         char message[CI_MAX_PATH + 64];
         snprintf(message, sizeof message, "no sensor element in %s", h->r.fileName);
@@ -152,10 +155,8 @@ ci_error_code finish(_SdatHandler* h) {
     return CI_PARSE_SUCCESS;
 }
 
-}  // namespace
-
-ci_error_code _parseXmlSensorFile(ci_camera_t* camera, ci_sensor_t* sensor, const char* fileName) {
-    if (!camera || !sensor || !fileName || !_ctx(camera)) return CI_CAMERA_ERROR;
+// The driver shared by sensor-data and long-description files.
+ci_error_code run(ci_camera_t* camera, ci_sensor_t* sensor, const char* fileName, bool longDescOnly) {
     char message[CI_MAX_PATH + 32];
     snprintf(message, sizeof message, "parsing file %s", fileName);
     CK_LOG(CI_LOG_DEBUG, message);
@@ -166,6 +167,7 @@ ci_error_code _parseXmlSensorFile(ci_camera_t* camera, ci_sensor_t* sensor, cons
     }
     _SdatHandler* h = new _SdatHandler;
     init_handler(h, camera, sensor, fileName);
+    h->longDescOnly = longDescOnly;
     h->parser = XML_ParserCreate(nullptr);
     if (!h->parser) {
         fclose(fp);
@@ -182,4 +184,16 @@ ci_error_code _parseXmlSensorFile(ci_camera_t* camera, ci_sensor_t* sensor, cons
     ci_error_code result = finish(h);
     delete h;
     return result;
+}
+
+}  // namespace
+
+ci_error_code _parseXmlSensorFile(ci_camera_t* camera, ci_sensor_t* sensor, const char* fileName) {
+    if (!camera || !sensor || !fileName || !_ctx(camera)) return CI_CAMERA_ERROR;
+    return run(camera, sensor, fileName, false);
+}
+
+ci_error_code _parseXmlLongDescFile(ci_camera_t* camera, const char* fileName) {
+    if (!camera || !camera->sensor || !fileName || !_ctx(camera)) return CI_CAMERA_ERROR;
+    return run(camera, camera->sensor, fileName, true);
 }
