@@ -146,6 +146,20 @@ TEST(SensorConvert, TextsXmlCannotCarryAreRefused) {
     EXPECT_FALSE(scratch_file_exists(out));
     EXPECT_EQ(1, count_of(log.text(), "XML cannot carry"));
     EXPECT_EQ(CI_CAMERA_ERROR, ci_WriteSensorFile(cam, dir.file("c.txt").c_str()));
+
+    // Quotes, braces and line ends break the lines of the sectioned form.
+    for (const char* attrs : {"name='A' display_name='say &quot;hi&quot;'", "name='B'><detail>a}b</detail></reg",
+                              "name='C D'", "name='E' display_name='two&#10;lines'"}) {
+        ParseCamera x;
+        ASSERT_EQ(CI_PARSE_SUCCESS, x.parse(dir.write("q.xsdat", "<?xml version='1.0'?><s><sensor ship_base_address='0x20'/>"
+                                                                 "<registers><reg " + std::string(attrs) +
+                                                                 (attrs[strlen(attrs) - 1] == 'g' ? ">" : "/>") +
+                                                                 "</registers></s>")))
+            << attrs;
+        EXPECT_EQ(CI_CAMERA_ERROR, ci_WriteSensorFile(x, dir.file("q.sdat").c_str())) << attrs;
+        EXPECT_FALSE(scratch_file_exists(dir.file("q.sdat")));
+    }
+    EXPECT_EQ(4, count_of(log.text(), "the sectioned form cannot carry"));
     EXPECT_EQ(CI_PARSE_FILE_ERROR, ci_WriteSensorFile(cam, (dir.path() + "/missing/c.sdat").c_str()));
 }
 

@@ -137,11 +137,6 @@ void release(std::vector<ci_long_desc_t>& entries) {
     }
 }
 
-bool starts_as_xml(const sdat_text* t) {
-    size_t skip = (t->size >= 3 && memcmp(t->data, "\xEF\xBB\xBF", 3) == 0) ? 3 : 0;
-    return t->size >= skip + 5 && memcmp(t->data + skip, "<?xml", 5) == 0;
-}
-
 }  // namespace
 
 ci_error_code ci_ParseLongDescFile(ci_camera_t* camera, const char* fileName) {
@@ -156,7 +151,7 @@ ci_error_code ci_ParseLongDescFile(ci_camera_t* camera, const char* fileName) {
     int read = sdat_text_read(fp, &text);
     fclose(fp);
     if (!read) return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate memory for the file");
-    if (starts_as_xml(&text)) {
+    if (sdat_text_is_xml(&text)) {
         sdat_text_free(&text);
         return _parseXmlLongDescFile(camera, fileName);
     }

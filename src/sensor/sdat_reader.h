@@ -44,6 +44,9 @@ typedef struct sdat_reader {
 // memory.
 int sdat_text_read(FILE* fp, sdat_text* text);
 void sdat_text_free(sdat_text* text);
+// Whether the text is XML: "<?xml" first, possibly after a UTF-8 byte-order
+// mark.  Leaves the reading position after any byte-order mark.
+int sdat_text_is_xml(sdat_text* text);
 
 // ---- lines and sections (sdat_lines.cpp)
 // Reads the next line that is neither blank nor a comment into buffer (cut to

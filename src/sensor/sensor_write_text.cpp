@@ -2,6 +2,7 @@
 // term, joined by OR_MATCH), address spaces and registers in the register-line
 // form that carries address counts.
 #define CK_SOURCE "sensor_data"
+#include <ctype.h>
 #include <string.h>
 
 #include "sensor/sdat_scan.h"
@@ -147,9 +148,61 @@ void registers(FILE* fp, const ci_sensor_t* s, ci_s32 from, ci_s32 to) {
     fputs("[END]\n\n", fp);
 }
 
+// What the line formats cannot carry: line ends anywhere, double quotes in
+// quoted texts (and the closing brace in register texts), and in names
+// anything that ends a field.
+bool quotable(const char* text, bool inBraces) {
+    return !strpbrk(text, inBraces ? "\"\r\n}" : "\"\r\n");
+}
+
+bool name_ok(const char* name) {
+    if (!name[0]) return false;
+    for (const char* p = name; *p; ++p)
+        if (isspace(static_cast<unsigned char>(*p)) || strchr(",={}\"[]", *p)) return false;
+    return true;
+}
+
+const char* register_unwritable(const ci_reg_data_t* r) {
+    if (!name_ok(r->unique_desc)) return r->unique_desc;
+    if (!quotable(r->reg_desc, true)) return r->reg_desc;
+    if (!quotable(r->detail, true)) return r->detail;
+    for (ci_s32 b = 0; b < r->num_bitfields; ++b) {
+        const ci_bitfield_t* f = &r->bitfield[b];
+        if (!name_ok(f->id)) return f->id;
+        if (!quotable(f->desc, true)) return f->desc;
+        if (!quotable(f->detail, true)) return f->detail;
+    }
+    return nullptr;
+}
+
+// The first text of the description the sectioned form cannot carry, or null.
+const char* unwritable(const sensor_source* src) {
+    const ci_sensor_t* s = src->sensor;
+    if (!quotable(s->sensorName, false)) return s->sensorName;
+    if (!quotable(s->versionName, false) || strchr(s->versionName, ' ')) return s->versionName;
+    for (ci_s32 i = 0; i < src->ctx->num_partNumbers && i < CI_MAX_PART_NUMBERS; ++i)
+        if (!quotable(src->ctx->partNumber[i].partNumber, false)) return src->ctx->partNumber[i].partNumber;
+    for (ci_s32 i = 0; s->addr_space && i < s->addr_space->num_vals; ++i) {
+        const ci_addr_space_val_t* v = &s->addr_space->addr_space_val[i];
+        if (!name_ok(v->ID)) return v->ID;
+        if (!quotable(v->name, true)) return v->name;
+    }
+    for (ci_s32 i = 0; i < s->num_regs; ++i) {
+        const char* bad = register_unwritable(&s->regs[i]);
+        if (bad) return bad;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 ci_error_code sensor_write_text(FILE* fp, const sensor_source* src) {
+    const char* bad = unwritable(src);
+    if (bad) {
+        char message[CI_STRING_LEN + 96];
+        snprintf(message, sizeof message, "a text the sectioned form cannot carry: \"%.200s\"", bad);
+        return CK_ERR(CI_CAMERA_ERROR, message);
+    }
     fputs("; Sensor description written by camkit.\n\n", fp);
     descriptor(fp, src);
     optional_sections(fp, src);
