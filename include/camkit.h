@@ -636,6 +636,10 @@ CI_API double ci_DataTypeStep(ci_data_types dataType, ci_u32 mask);
 /* ------------------------------------------------------------------------ */
 
 CI_API ci_error_code ci_ParseSensorFile(ci_camera_t* camera, const char* fileName, ci_sensor_t* sensor);
+/* Writes the camera's sensor description and the identification data read
+   with it: the XML form for a name ending in ".xsdat", the sectioned text
+   form for ".sdat".  Reading the file back gives the same records. */
+CI_API ci_error_code ci_WriteSensorFile(ci_camera_t* camera, const char* fileName);
 CI_API void ci_DestructSensor(ci_sensor_t* sensor);
 
 /* ------------------------------------------------------------------------ */

@@ -1,10 +1,11 @@
-// Replays every input kept in tests/data/fuzz_regressions/sdat through the
-// sensor-data reader, plainly and the way the sensor search parses, and
+// Replays every input kept in tests/data/fuzz_regressions/sdat and .../xsdat
+// through the sensor-data readers, plainly and the way the sensor search parses, and
 // checks that whatever it leaves behind is well formed (bounded counts,
 // terminated texts, pointers into the right tables).  Run under the
 // sanitizers this also catches any out-of-bounds access.
 #include <dirent.h>
 #include <gtest/gtest.h>
+#include <stdint.h>
 #include <string.h>
 
 #include <algorithm>
@@ -19,13 +20,16 @@
 
 namespace {
 
-std::string regression_dir() { return std::string(ck_test_source_dir()) + "/tests/data/fuzz_regressions/sdat"; }
+std::string regression_dir(const char* target = "sdat") {
+    return std::string(ck_test_source_dir()) + "/tests/data/fuzz_regressions/" + target;
+}
 
-std::vector<std::string> regression_files() {
+std::vector<std::string> regression_files(const char* target = "sdat") {
     std::vector<std::string> files;
-    if (DIR* d = opendir(regression_dir().c_str())) {
+    const std::string dir = regression_dir(target);
+    if (DIR* d = opendir(dir.c_str())) {
         while (dirent* e = readdir(d))
-            if (e->d_name[0] != '.') files.push_back(regression_dir() + "/" + e->d_name);
+            if (e->d_name[0] != '.') files.push_back(dir + "/" + e->d_name);
         closedir(d);
     }
     std::sort(files.begin(), files.end());
@@ -34,7 +38,10 @@ std::vector<std::string> regression_files() {
 
 bool terminated(const char* text, size_t size = CI_STRING_LEN) { return memchr(text, '\0', size) != nullptr; }
 
-void expect_well_formed(const ci_sensor_t* s, const _common_context_t* ctx, const std::string& file) {
+// The text form holds at most 33 bitfields a register; the XML form grows
+// its arrays.
+void expect_well_formed(const ci_sensor_t* s, const _common_context_t* ctx, const std::string& file,
+                        ci_s32 maxBitfields = CI_MAX_BITFIELDS) {
     SCOPED_TRACE(file);
     ASSERT_NE(nullptr, s);
     EXPECT_TRUE(terminated(s->sensorName) && terminated(s->partNumber) && terminated(s->versionName) &&
@@ -52,7 +59,7 @@ void expect_well_formed(const ci_sensor_t* s, const _common_context_t* ctx, cons
         EXPECT_TRUE(terminated(r.unique_desc) && terminated(r.reg_desc) && terminated(r.detail)) << i;
         EXPECT_GE(r.addr_span, 1u);
         ASSERT_GE(r.num_bitfields, 0);
-        ASSERT_LE(r.num_bitfields, CI_MAX_BITFIELDS);
+        ASSERT_LE(r.num_bitfields, maxBitfields);
         EXPECT_EQ(r.num_bitfields == 0, r.bitfield == nullptr);
         for (ci_s32 b = 0; b < r.num_bitfields; ++b)
             EXPECT_TRUE(terminated(r.bitfield[b].id) && terminated(r.bitfield[b].desc) &&
@@ -75,6 +82,9 @@ void expect_well_formed(const ci_sensor_t* s, const _common_context_t* ctx, cons
         EXPECT_LE(term.num_serial_match, CI_MAX_SERIAL_MATCHES);
         EXPECT_TRUE(terminated(term.extra_desc_reg));
     }
+    ASSERT_GE(s->num_long_desc, 0);
+    EXPECT_EQ(s->num_long_desc == 0, s->long_desc == nullptr);
+    for (ci_s32 i = 0; i < s->num_long_desc; ++i) EXPECT_NE(nullptr, s->long_desc[i].longDesc);
 }
 
 const std::set<ci_error_code> kParseResults = {
@@ -129,4 +139,52 @@ TEST(SdatFuzzRegressions, KnownOutcomes) {
     ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(regression_dir() + "/headers.sdat"));
     EXPECT_EQ(4, cam.ctx()->num_probe_term);  // "[OPTIONAL" without its bracket still opens a section
     EXPECT_STREQ("X", cam.ctx()->probe_term[3].extra_desc_reg);
+}
+
+TEST(XsdatFuzzRegressions, EveryKeptInputParsesToAWellFormedRecord) {
+#ifndef CAMKIT_HAVE_EXPAT
+    GTEST_SKIP() << "built without the XML reader";
+#endif
+    std::vector<std::string> files = regression_files("xsdat");
+    ASSERT_FALSE(files.empty()) << "no inputs in " << regression_dir("xsdat");
+    for (const std::string& file : files) {
+        ParseCamera cam;
+        ci_error_code result = cam.parse(file);
+        EXPECT_TRUE(kParseResults.count(result)) << file << " gave " << result;
+        expect_well_formed(cam.sensor(), cam.ctx(), file, INT32_MAX);
+        BusSim bus;
+        bus.addDevice(0x20, 16, 16);
+        SimCamera sim(bus);
+        sim.ctx()->match_chip_version_reg = 1;
+        sim.ctx()->match_no_soc = 1;
+        result = ci_ParseSensorFile(sim.get(), file.c_str(), nullptr);
+        EXPECT_TRUE(kParseResults.count(result)) << file << " gave " << result;
+        expect_well_formed(sim->sensor, sim.ctx(), file, INT32_MAX);
+    }
+}
+
+TEST(XsdatFuzzRegressions, KnownOutcomes) {
+#ifndef CAMKIT_HAVE_EXPAT
+    GTEST_SKIP() << "built without the XML reader";
+#endif
+    struct Row {
+        const char* name;
+        ci_error_code result;
+    } rows[] = {
+        {"unclosed.xsdat", CI_SENSOR_FILE_PARSE_ERROR}, {"laughs.xsdat", CI_SENSOR_FILE_PARSE_ERROR},
+        {"bom_only.xsdat", CI_SENSOR_FILE_PARSE_ERROR}, {"bad_utf8.xsdat", CI_SENSOR_FILE_PARSE_ERROR},
+        {"growth.xsdat", CI_PARSE_SUCCESS},
+    };
+    for (const Row& row : rows) {
+        ParseCamera cam;
+        EXPECT_EQ(row.result, cam.parse(regression_dir("xsdat") + "/" + row.name)) << row.name;
+    }
+    // Registers read before the address spaces keep pointing at the right
+    // entries when the table grows and moves.
+    ParseCamera cam;
+    ASSERT_EQ(CI_PARSE_SUCCESS, cam.parse(regression_dir("xsdat") + "/growth.xsdat"));
+    ASSERT_EQ(120, cam.sensor()->num_regs);
+    EXPECT_EQ(nullptr, cam.reg("R0")->addr_space);
+    EXPECT_STREQ("S6", cam.reg("R118")->addr_space->ID);
+    EXPECT_EQ(6u, cam.reg("R118")->reg_space);
 }

@@ -123,6 +123,15 @@ const std::vector<CommandSpec>& all_commands() {
          "and, on the demo camera, writes a register and a bitfield and reads them\n"
          "back.  On a real board nothing is written: the values are only read.\n",
          true, run_demo},
+        {"convert", "convert IN OUT", "write a sensor data file in the other form (.sdat, .xsdat)",
+         "Reads the sensor description IN (the sectioned text form .sdat or the XML\n"
+         "form .xsdat) and writes it to OUT in the form OUT's name asks for.  Reading\n"
+         "OUT gives the same description, identification data included.  Values\n"
+         "that only the XML form holds (data types, ranges, volatile and\n"
+         "confidential marks, long descriptions) are lost when writing .sdat.  Texts\n"
+         "a form cannot carry (control characters in XML; double quotes, braces or\n"
+         "line breaks in .sdat) make the conversion fail.  No camera is opened.\n",
+         false, run_convert},
         {"help", "help [COMMAND]", "show the help, or a command's help", "", false, run_help},
         {"version", "version", "print the library version", "", false, run_version},
     };

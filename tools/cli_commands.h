@@ -55,6 +55,7 @@ int run_preset(Session& session, const Args& args);
 int run_presets(Session& session, const Args& args);
 int run_save_regs(Session& session, const Args& args);
 int run_demo(Session& session, const Args& args);
+int run_convert(Session& session, const Args& args);
 int run_help(Session& session, const Args& args);
 int run_version(Session& session, const Args& args);
 

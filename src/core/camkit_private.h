@@ -369,6 +369,10 @@ void _freeSensor(ci_camera_t* camera);
 const char* _get_AddressSpaceReg_read(ci_camera_t* camera);
 const char* _get_AddressSpaceReg_write(ci_camera_t* camera);
 ci_error_code _parseXmlSensorFile(ci_camera_t* camera, ci_sensor_t* sensor, const char* fileName);
+// Long descriptions of the camera's sensor from a long-description file
+// (.ldat, sectioned text or XML form), appended to its long_desc array.
+ci_error_code ci_ParseLongDescFile(ci_camera_t* camera, const char* fileName);
+ci_error_code _parseXmlLongDescFile(ci_camera_t* camera, const char* fileName);
 void ci_syntaxerror(ci_error_code code, const char* line, const char* fileName, ci_s32 lineNumber);
 
 // ---------------------------------------------------------------------------

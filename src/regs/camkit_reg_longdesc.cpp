@@ -1,6 +1,8 @@
 // Long descriptions of registers and bitfields.
 #define CK_SOURCE "camkit_reg"
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "regs/regs_internal.h"
 
@@ -10,9 +12,20 @@ bool isEmpty(const char* s) {
     return !s || !*s;
 }
 
-// Long-description files are not read in this build: the sensor gets one
-// empty entry, so that the search is not repeated on every call.
-void loadLongDescriptions(ci_sensor_t* sensor) {
+// The long descriptions of a sensor are read on first use from the file
+// beside its sensor-data file with the extension ".ldat" (a.sdat: a.ldat).
+// When there is none, or it holds nothing, the sensor gets one empty entry
+// so that the search is not repeated on every call.
+void loadLongDescriptions(ci_camera_t* camera, ci_sensor_t* sensor) {
+    char path[CI_MAX_PATH];
+    snprintf(path, sizeof path, "%s", sensor->sensorFileName);
+    char* dot = strrchr(path, '.');
+    char* slash = strrchr(path, '/');
+    if (dot && (!slash || dot > slash) && static_cast<size_t>(dot - path) + 6 <= sizeof path) {
+        snprintf(dot, sizeof path - static_cast<size_t>(dot - path), ".ldat");
+        if (osal_get_file_attributes(path) != -1) ci_ParseLongDescFile(camera, path);
+    }
+    if (sensor->num_long_desc > 0) return;
     sensor->long_desc = (ci_long_desc_t*)calloc(1, sizeof(ci_long_desc_t));
     sensor->num_long_desc = sensor->long_desc ? 1 : 0;
 }
@@ -38,10 +51,7 @@ ci_error_code ci_GetLongDescription(ci_camera_t* camera, const char* regName, co
     if (!sensor || isEmpty(regName)) {
         return CI_CAMERA_ERROR;
     }
-    if (sensor->num_long_desc <= 0 || !sensor->long_desc) {
-        loadLongDescriptions(sensor);
-        return CI_CAMERA_ERROR;
-    }
+    if (sensor->num_long_desc <= 0 || !sensor->long_desc) loadLongDescriptions(camera, sensor);
     bool inRun = false;
     for (ci_s32 i = 0; i < sensor->num_long_desc; ++i) {
         const ci_long_desc_t& entry = sensor->long_desc[i];

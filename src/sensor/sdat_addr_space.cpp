@@ -50,8 +50,7 @@ bool read_entry(const sdat_reader* r, ci_addr_space_val_t* entry) {
     char rest[SDAT_LINE_ADDR_SPACE];
     int kind = CI_REG_ADDR;
     if (sdat_scan(r->line, "%255[^=]= {%255[^,], %i, %511[^}]", id, type, &entry->val, rest) == 4) {
-        kind = get_field(osal_trim(type), kAddrTypes, sizeof kAddrTypes / sizeof kAddrTypes[0]);
-        if (kind < 0) kind = CI_REG_ADDR;
+        kind = sdat_addr_type(osal_trim(type));
     } else if (sdat_scan(r->line, "%255[^=]= {%i, %511[^}]", id, &entry->val, rest) != 3) {
         return false;
     }
@@ -88,6 +87,11 @@ bool append_entries(ci_sensor_t* sensor, const space_list* list) {
 }
 
 }  // namespace
+
+ci_addr_type sdat_addr_type(const char* keyword) {
+    int kind = get_field(keyword, kAddrTypes, sizeof kAddrTypes / sizeof kAddrTypes[0]);
+    return kind < 0 ? CI_REG_ADDR : static_cast<ci_addr_type>(kind);
+}
 
 ci_error_code parse_addr_space(sdat_reader* r) {
     ci_error_code result = CI_CAMERA_SUCCESS;

@@ -20,19 +20,9 @@ const field_desc_t kSections[] = {
     {SECTION_REGISTERS, "REGISTERS"},        {SECTION_SUBDEVICES, "SUBDEVICES"},
 };
 
-const char kByteOrderMark[] = "\xEF\xBB\xBF";
-
 bool has_sensor_data_extension(const char* fileName) {
     const char* dot = strrchr(fileName, '.');
     return dot && (osal_stricmp(dot, ".sdat") == 0 || osal_stricmp(dot, ".xsdat") == 0);
-}
-
-// Looks at the first characters: an XML file starts with "<?xml", possibly
-// after a UTF-8 byte-order mark.  Leaves the text after any byte-order mark.
-bool starts_as_xml(sdat_text* text) {
-    size_t skip = (text->size >= 3 && memcmp(text->data, kByteOrderMark, 3) == 0) ? 3 : 0;
-    text->pos = skip;
-    return text->size >= skip + 5 && memcmp(text->data + skip, "<?xml", 5) == 0;
 }
 
 // The sensor-type additions of the file's directory.
@@ -140,7 +130,7 @@ ci_error_code ci_ParseSensorFile(ci_camera_t* camera, const char* fileName, ci_s
     }
     sdat_reset_record(record, ctx, fileName);
     load_directory_types(fileName);
-    if (starts_as_xml(&text)) {
+    if (sdat_text_is_xml(&text)) {
         sdat_text_free(&text);
         return _parseXmlSensorFile(camera, record, fileName);
     }

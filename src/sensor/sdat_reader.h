@@ -44,6 +44,9 @@ typedef struct sdat_reader {
 // memory.
 int sdat_text_read(FILE* fp, sdat_text* text);
 void sdat_text_free(sdat_text* text);
+// Whether the text is XML: "<?xml" first, possibly after a UTF-8 byte-order
+// mark.  Leaves the reading position after any byte-order mark.
+int sdat_text_is_xml(sdat_text* text);
 
 // ---- lines and sections (sdat_lines.cpp)
 // Reads the next line that is neither blank nor a comment into buffer (cut to
@@ -92,6 +95,9 @@ const char* sdat_skip_separators(const char* p);
 ci_error_code parse_sensor_descriptor(sdat_reader* r);
 ci_error_code parse_optional(sdat_reader* r);
 ci_error_code parse_addr_space(sdat_reader* r);
+// Address-space type of a keyword (ignoring case); CI_REG_ADDR for any
+// keyword not known.
+ci_addr_type sdat_addr_type(const char* keyword);
 ci_s32 get_num_regs(sdat_reader* r);
 ci_error_code parse_registers(sdat_reader* r);
 ci_error_code parse_subdevices(sdat_reader* r);

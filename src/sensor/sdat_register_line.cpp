@@ -104,7 +104,7 @@ int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
     return 1;
 }
 
-void sdat_note_page_select(ci_sensor_t* sensor, const ci_reg_data_t* reg) {
+void sdat_note_page_select(ci_sensor_t* sensor, const ci_reg_data_t* reg, int anyAddrSize) {
     const char* readReg = "";
     const char* writeReg = "";
     _pageSelectRegs(sensor->sensorType, &readReg, &writeReg);
@@ -117,7 +117,7 @@ void sdat_note_page_select(ci_sensor_t* sensor, const ci_reg_data_t* reg) {
         table->far1_reg_addr = reg->reg_addr;
     } else if (type == CI_FAR2_REG_ADDR) {
         table->far2_reg_addr = reg->reg_addr;
-    } else if (sensor->reg_addr_size == 8) {
+    } else if (anyAddrSize || sensor->reg_addr_size == 8) {
         if (forRead) table->reg_addr_read = reg->reg_addr;
         if (forWrite) table->reg_addr_write = reg->reg_addr;
     }

@@ -27,5 +27,7 @@ void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, 
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf);
 // Whether the line is a bitfield line (the counting pass).
 int sdat_is_bitfield_line(const char* line);
-// A page-select register records its address in the address-space table.
-void sdat_note_page_select(ci_sensor_t* sensor, const ci_reg_data_t* reg);
+// A page-select register records its address in the address-space table
+// (the near page selectors only for 8-bit register addresses unless
+// anyAddrSize is set).
+void sdat_note_page_select(ci_sensor_t* sensor, const ci_reg_data_t* reg, int anyAddrSize);

@@ -106,7 +106,7 @@ ci_error_code store_register(register_pass* p, const sdat_register_line* l, int*
     }
     sdat_name_index_add(&p->names, sensor->regs, sensor->num_regs);
     sensor->num_regs++;
-    sdat_note_page_select(sensor, reg);
+    sdat_note_page_select(sensor, reg, 0);
     return sdat_reject_chip_version(r, reg);
 }
 

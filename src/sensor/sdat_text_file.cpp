@@ -57,3 +57,10 @@ void sdat_text_free(sdat_text* text) {
     text->size = 0;
     text->pos = 0;
 }
+
+int sdat_text_is_xml(sdat_text* text) {
+    static const char kByteOrderMark[] = "\xEF\xBB\xBF";
+    size_t skip = (text->size >= 3 && memcmp(text->data, kByteOrderMark, 3) == 0) ? 3 : 0;
+    text->pos = skip;
+    return text->size >= skip + 5 && memcmp(text->data + skip, "<?xml", 5) == 0;
+}
