@@ -15,26 +15,11 @@
 
 namespace {
 
-struct Sample {
-    std::string file;
-    png_uint_32 width = 0, height = 0;
-    int type = 0;
-};
+using Sample = ImageSample;
 
-std::string images_dir() { return std::string(ck_test_data_dir()) + "/images"; }
+std::string images_dir() { return image_samples_dir(); }
 
-std::vector<Sample> manifest() {
-    std::vector<Sample> samples;
-    std::ifstream in(images_dir() + "/manifest.txt");
-    for (std::string line; std::getline(in, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        std::istringstream fields(line);
-        Sample s;
-        fields >> s.file >> s.width >> s.height >> s.type;
-        samples.push_back(s);
-    }
-    return samples;
-}
+std::vector<Sample> manifest() { return image_samples(); }
 
 // The PNG's pixels in the given format (empty when it cannot be read).
 std::vector<uint8_t> png_pixels(const std::string& path, png_uint_32 format, png_uint_32* width, png_uint_32* height) {
@@ -51,7 +36,7 @@ std::vector<uint8_t> png_pixels(const std::string& path, png_uint_32 format, png
 
 // What an 8-bit grey or B, G, R, X frame looks like as PNG pixels.
 std::vector<uint8_t> expected_pixels(const Sample& s) {
-    const std::string frame = scratch_read_file(images_dir() + "/expected/" + s.file + ".frame");
+    const std::string frame = image_sample_frame(s);
     if (s.type == CI_BAYER_8) return std::vector<uint8_t>(frame.begin(), frame.end());
     std::vector<uint8_t> rgb;
     for (size_t i = 0; i + 3 < frame.size(); i += 4)

@@ -16,16 +16,7 @@
 
 namespace {
 
-std::vector<std::string> files_in(const std::string& dir) {
-    std::vector<std::string> files;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* e = readdir(d))
-            if (e->d_name[0] != '.') files.push_back(dir + "/" + e->d_name);
-        closedir(d);
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
+std::vector<std::string> files_in(const std::string& dir) { return ck_files_in(dir); }
 
 ci_error_code replay(const std::string& file, const ScratchDir& dir) {
     const std::string bytes = scratch_read_file(file);

@@ -15,30 +15,14 @@
 
 namespace {
 
-struct Sample {
-    std::string file;
-    ci_u32 width = 0, height = 0;
-    int type = 0;
-    ci_u32 order = 0, pedestal = 0;
-};
+using Sample = ImageSample;
 
-std::string images_dir() { return std::string(ck_test_data_dir()) + "/images"; }
+std::string images_dir() { return image_samples_dir(); }
 
-std::vector<Sample> manifest() {
-    std::vector<Sample> samples;
-    std::ifstream in(images_dir() + "/manifest.txt");
-    for (std::string line; std::getline(in, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        std::istringstream fields(line);
-        Sample s;
-        fields >> s.file >> s.width >> s.height >> s.type >> s.order >> s.pedestal;
-        samples.push_back(s);
-    }
-    return samples;
-}
+std::vector<Sample> manifest() { return image_samples(); }
 
 std::vector<ci_u8> expected_frame(const Sample& s) {
-    const std::string bytes = scratch_read_file(images_dir() + "/expected/" + s.file + ".frame");
+    const std::string bytes = image_sample_frame(s);
     return std::vector<ci_u8>(bytes.begin(), bytes.end());
 }
 

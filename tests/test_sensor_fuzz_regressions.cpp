@@ -24,17 +24,7 @@ std::string regression_dir(const char* target = "sdat") {
     return std::string(ck_test_source_dir()) + "/tests/data/fuzz_regressions/" + target;
 }
 
-std::vector<std::string> regression_files(const char* target = "sdat") {
-    std::vector<std::string> files;
-    const std::string dir = regression_dir(target);
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* e = readdir(d))
-            if (e->d_name[0] != '.') files.push_back(dir + "/" + e->d_name);
-        closedir(d);
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
+std::vector<std::string> regression_files(const char* target = "sdat") { return ck_files_in(regression_dir(target)); }
 
 bool terminated(const char* text, size_t size = CI_STRING_LEN) { return memchr(text, '\0', size) != nullptr; }
 

@@ -88,3 +88,20 @@ ci_s32 ci_IsArrayImager(ci_camera_t* camera) {
 ci_s32 ci_IsFarSpace(const ci_addr_space_val_t* space) {
     return space != nullptr && space->type >= CI_FAR1_REG_ADDR && space->type <= CI_FAR2_SFR_ADDR;
 }
+
+ci_u32 _bayerTypeDepth(ci_image_types type) {
+    switch (type) {
+        case CI_BAYER_10:
+        case CI_BAYER_10_ZOOM:
+        case CI_BAYER_10_IHDR:
+            return 10;
+        case CI_BAYER_12:
+        case CI_BAYER_12_HDR:
+            return 12;
+        case CI_BAYER_14:
+        case CI_BAYER_14_HDR:
+            return 14;
+        default:
+            return 0;
+    }
+}

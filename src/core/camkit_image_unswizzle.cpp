@@ -131,19 +131,8 @@ void unswizzleDepth(ci_u32 depth, ci_u8* buf, size_t bytes, bool fourBytePixels)
 // Depth of the swizzled samples: the clock width, except for 8-bit
 // double-clocked Bayer data whose image type tells the real depth.
 ci_u32 swizzledDepth(const _common_context_t* ctx, const ci_sensor_t* sensor) {
-    if (ctx->bitsPerClock == 8 && ctx->clocksPerPixel == 2) {
-        switch (sensor->imageType) {
-            case CI_BAYER_10:
-            case CI_BAYER_10_ZOOM:
-            case CI_BAYER_10_IHDR:
-                return 10;
-            case CI_BAYER_12:
-            case CI_BAYER_12_HDR:
-                return 12;
-            default:
-                break;
-        }
-    }
+    const ci_u32 depth = _bayerTypeDepth(sensor->imageType);
+    if (ctx->bitsPerClock == 8 && ctx->clocksPerPixel == 2 && (depth == 10 || depth == 12)) return depth;
     return ctx->bitsPerClock;
 }
 

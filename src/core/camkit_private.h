@@ -542,4 +542,7 @@ ci_u32 _pixelBytes(ci_camera_t* camera);
 // The rules behind the three above, for a sensor record that is not (yet)
 // attached to a camera (the sensor-data readers use them while parsing).
 ci_u32 _pixelBitsFor(ci_image_types type, ci_u32 bitsPerClock, ci_u32 clocksPerPixel);
+// The sample depth a 10-, 12- or 14-bit Bayer type names (its zoom and
+// HDR forms included); 0 for every other type.
+ci_u32 _bayerTypeDepth(ci_image_types type);
 ci_u32 _pixelBytesFor(ci_image_types type, ci_u32 pixelBits, ci_u32 bitsPerClock, ci_u32 clocksPerPixel);

@@ -79,20 +79,8 @@ void _load_far_sensor(ci_camera_t* camera, const std::string& word) {
 
 ci_u32 _real_depth(ci_image_types type, ci_u32 bits) {
     if (bits != 16) return bits;
-    switch (type) {
-        case CI_BAYER_10:
-        case CI_BAYER_10_ZOOM:
-        case CI_BAYER_10_IHDR:
-            return 10;
-        case CI_BAYER_12:
-        case CI_BAYER_12_HDR:
-            return 12;
-        case CI_BAYER_14:
-        case CI_BAYER_14_HDR:
-            return 14;
-        default:
-            return bits;
-    }
+    const ci_u32 depth = _bayerTypeDepth(type);
+    return depth ? depth : bits;
 }
 
 // The side file's name: the image's extension replaced; false when the

@@ -1,4 +1,8 @@
 #include "image_camera.h"
+#include "test_paths.h"
+
+#include <fstream>
+#include <sstream>
 
 #include <strings.h>
 
@@ -41,4 +45,23 @@ bool image_format_built(const std::string& file) {
     if (strcasecmp(ext.c_str(), ".png") == 0) return CAMKIT_HAVE_PNG != 0;
     if (strcasecmp(ext.c_str(), ".tif") == 0 || strcasecmp(ext.c_str(), ".tiff") == 0) return CAMKIT_HAVE_TIFF != 0;
     return true;
+}
+
+std::string image_samples_dir() { return std::string(ck_test_data_dir()) + "/images"; }
+
+std::vector<ImageSample> image_samples() {
+    std::vector<ImageSample> samples;
+    std::ifstream in(image_samples_dir() + "/manifest.txt");
+    for (std::string line; std::getline(in, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream fields(line);
+        ImageSample s;
+        fields >> s.file >> s.width >> s.height >> s.type >> s.order >> s.pedestal;
+        samples.push_back(s);
+    }
+    return samples;
+}
+
+std::string image_sample_frame(const ImageSample& s) {
+    return scratch_read_file(image_samples_dir() + "/expected/" + s.file + ".frame");
 }

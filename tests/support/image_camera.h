@@ -28,6 +28,18 @@ private:
     ci_error_code result_ = CI_CAMERA_ERROR;
 };
 
+// One row of data/images/manifest.txt (written by the sample generator).
+struct ImageSample {
+    std::string file;
+    ci_u32 width = 0, height = 0;
+    int type = 0;
+    ci_u32 order = 0, pedestal = 0;
+};
+std::string image_samples_dir();
+std::vector<ImageSample> image_samples();
+// The frame the generator expects the sample to give.
+std::string image_sample_frame(const ImageSample& s);
+
 // False for a PNG or TIFF file when this build reads no such files.
 bool image_format_built(const std::string& file);
 
