@@ -30,6 +30,17 @@ private:
 #define NUM(f) d.num(where + "." #f, a.f, b.f)
 #define TEXT(f) d.text(where + "." #f, a.f, b.f)
 
+// The device register a part-number or serial match reads, and its values.
+template <typename Match>
+void serialRead(Diff& d, const std::string& w, const Match& x, const Match& y) {
+    d.num(w + ".baseAddr", x.baseAddr, y.baseAddr);
+    d.num(w + ".regAddr", x.regAddr, y.regAddr);
+    d.num(w + ".addrSize", x.addrSize, y.addrSize);
+    d.num(w + ".dataSize", x.dataSize, y.dataSize);
+    d.num(w + ".mask", x.mask, y.mask);
+    d.values(w + ".value", x.value, x.numValues, y.value, y.numValues, CI_MAX_VALUES);
+}
+
 void reg_data(Diff& d, const std::string& where, const _regData& a, const _regData& b) {
     TEXT(regName);
     NUM(mask);
@@ -62,12 +73,7 @@ void term(Diff& d, const std::string& where, const _probe_term_t& a, const _prob
         const std::string w = where + ".extra_serial_match[" + std::to_string(i) + "]";
         const _extraSerialMatch& x = a.extra_serial_match[i];
         const _extraSerialMatch& y = b.extra_serial_match[i];
-        d.num(w + ".baseAddr", x.baseAddr, y.baseAddr);
-        d.num(w + ".regAddr", x.regAddr, y.regAddr);
-        d.num(w + ".addrSize", x.addrSize, y.addrSize);
-        d.num(w + ".dataSize", x.dataSize, y.dataSize);
-        d.num(w + ".mask", x.mask, y.mask);
-        d.values(w + ".value", x.value, x.numValues, y.value, y.numValues, CI_MAX_VALUES);
+        serialRead(d, w, x, y);
     }
 }
 
@@ -86,12 +92,7 @@ void context(Diff& d, const _common_context_t& a, const _common_context_t& b) {
         const _partNumberData& y = b.partNumber[i];
         d.text(w + ".partNumber", x.partNumber, y.partNumber);
         d.text(w + ".regName", x.regName, y.regName);
-        d.num(w + ".baseAddr", x.baseAddr, y.baseAddr);
-        d.num(w + ".regAddr", x.regAddr, y.regAddr);
-        d.num(w + ".addrSize", x.addrSize, y.addrSize);
-        d.num(w + ".dataSize", x.dataSize, y.dataSize);
-        d.num(w + ".mask", x.mask, y.mask);
-        d.values(w + ".value", x.value, x.numValues, y.value, y.numValues, CI_MAX_VALUES);
+        serialRead(d, w, x, y);
     }
     NUM(num_probe_term);
     for (ci_s32 t = 0; t < a.num_probe_term && t < b.num_probe_term && t < CI_MAX_PROBE_TERMS; ++t)
