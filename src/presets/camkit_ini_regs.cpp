@@ -17,16 +17,19 @@ bool numbers(const std::vector<std::string>& operands, size_t first, std::vector
     return true;
 }
 
-// "[space,] address, rest..." of REG and BITFIELD: with one operand more
-// than the command's own, the first names the space, which becomes current.
+// "[space,] address, rest..." of REG and BITFIELD (own numbers, at most 3):
+// with one operand more than the command's own, the first names the space,
+// which becomes current.
 bool spaceAndNumbers(PresetRun& run, const std::vector<std::string>& ops, size_t own, ci_u32* space,
-                     std::vector<ci_u32>* values, bool* parsed) {
+                     ci_u32 (&values)[3], bool* parsed) {
     *parsed = ops.size() == own || ops.size() == own + 1;
     if (!*parsed) return false;
     const size_t first = ops.size() - own;
     ci_u32 s = run.space;
     if (first == 1 && !_parseSpace(run.camera, ops[0], &s)) return false;
-    if (!numbers(ops, first, values)) return false;
+    for (size_t i = 0; i < own; ++i) {
+        if (!_Str2Int(ops[first + i], &values[i])) return false;
+    }
     *space = s;
     run.space = s;
     return true;
@@ -40,9 +43,9 @@ bool validWidth(ci_u32 bits) {
 
 ci_error_code _CmdReg(PresetRun& run, ciTKey, const std::string& value) {
     ci_u32 space = 0;
-    std::vector<ci_u32> v;
+    ci_u32 v[3];
     bool parsed = false;
-    if (!spaceAndNumbers(run, _operands(value), 2, &space, &v, &parsed)) {
+    if (!spaceAndNumbers(run, _operands(value), 2, &space, v, &parsed)) {
         return ci_ini_error(parsed ? "Invalid value in REG Command" : "Error parsing REG command", run.line);
     }
     return _SetBitfieldAddr(run, CI_REG_ADDR, space, v[0], 0, 0xFFFFFFFFu, v[1]);
@@ -50,9 +53,9 @@ ci_error_code _CmdReg(PresetRun& run, ciTKey, const std::string& value) {
 
 ci_error_code _CmdBitfield(PresetRun& run, ciTKey, const std::string& value) {
     ci_u32 space = 0;
-    std::vector<ci_u32> v;
+    ci_u32 v[3];
     bool parsed = false;
-    if (!spaceAndNumbers(run, _operands(value), 3, &space, &v, &parsed)) {
+    if (!spaceAndNumbers(run, _operands(value), 3, &space, v, &parsed)) {
         return ci_ini_error(parsed ? "Invalid value in BITFIELD command" : "Error parsing BITFIELD command",
                             run.line);
     }
