@@ -641,6 +641,8 @@ CI_API ci_error_code ci_ParseSensorFile(ci_camera_t* camera, const char* fileNam
    form for ".sdat".  Reading the file back gives the same records. */
 CI_API ci_error_code ci_WriteSensorFile(ci_camera_t* camera, const char* fileName);
 CI_API void ci_DestructSensor(ci_sensor_t* sensor);
+/* Reads a chip file (a board part described like a sensor) into chip. */
+CI_API ci_error_code ci_ParseChipFile(ci_camera_t* camera, const char* fileName, ci_chip_t* chip);
 
 /* ------------------------------------------------------------------------ */
 /* Register lookup                                                          */

@@ -366,6 +366,14 @@ ci_s32 _regId(ci_reg_data_t* regs, ci_s32 num_regs, const char* uniq_desc);
 ci_addr_space_val_t* _get_addr_space(ci_addr_space_t* addr_space, const char* ID);
 void _freeSensorRegs(ci_sensor_t* sensor);
 void _freeSensor(ci_camera_t* camera);
+// Board configuration and chip files (core: camkit_board; sensor: chip_file).
+ci_s32 _getConfigFile(ci_camera_t* camera, const char* sensorDirOrFile, char* configFileName);
+ci_error_code _parseBoardConfigFile(ci_camera_t* camera, const char* sensorDirOrFile);
+ci_s32 get_chip_fileName(ci_camera_t* camera, const char* configFileName, char* chipFileName);
+ci_s32 _checkChipMatch(ci_camera_t* camera, const ci_chip_t* chip);
+void _getDirectoryName(const char* path, char* dir);
+// Frees the camera's chip records (num_chips 0, chip NULL afterwards).
+void _freeChips(ci_camera_t* camera);
 const char* _get_AddressSpaceReg_read(ci_camera_t* camera);
 const char* _get_AddressSpaceReg_write(ci_camera_t* camera);
 ci_error_code _parseXmlSensorFile(ci_camera_t* camera, ci_sensor_t* sensor, const char* fileName);

@@ -98,6 +98,7 @@ void _transport_free_camera(const _transport_ops_t* ops, ci_camera_t* camera) {
         ctx->transport_context = nullptr;
     }
     if (camera->sensor != nullptr) _freeSensor(camera);
+    _freeChips(camera);
     _free_common_context(camera);
     free(camera);
 }

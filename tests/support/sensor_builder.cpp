@@ -145,6 +145,8 @@ TestCamera::TestCamera(const SensorBuilder& builder, const std::function<void(ci
 
 TestCamera::~TestCamera() {
     SensorBuilder::freeChips(camera_->chip, camera_->num_chips);
+    camera_->chip = nullptr;
+    camera_->num_chips = 0;
     _transport_free_camera(&plain_camera_ops(), camera_);
 }
 
