@@ -26,6 +26,8 @@ ci_u16 putLe16(ci_u8* data, ci_u16 length, ci_u32 value) {
 
 }  // namespace
 
+std::vector<ci_u8> usb_default_marker() { return {1, 2, 3, 4, 5, 6, 7, 8, 9, 0xAA}; }
+
 BusDevice& UsbBoard::addDevice(ci_u32 base, ci_u32 addrBits, ci_u32 dataBits) {
     std::lock_guard<std::mutex> lock(mutex_);
     widths_.emplace_back(base, Widths{std::max<ci_u32>(addrBits / 8, 1), std::max<ci_u32>(dataBits / 8, 1)});

@@ -78,15 +78,26 @@ void completeUrb(Node* node, PendingUrb p, int status, int actual) {
     node->done.push_back(p);
 }
 
-void submit(Node* node, UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
-    auto* urb = reinterpret_cast<usbdevfs_urb*>(arg->data);
+// The client memory an ioctl's pointer argument points at (a new reference).
+UMockdevIoctlData* resolveAt(UMockdevIoctlData* data, gsize offset, gsize size) {
     GError* error = nullptr;
-    UMockdevIoctlData* buffer =
-        urb->buffer_length > 0
-            ? umockdev_ioctl_data_resolve(arg, offsetof(usbdevfs_urb, buffer), (gsize)urb->buffer_length, &error)
-            : nullptr;
+    UMockdevIoctlData* child = umockdev_ioctl_data_resolve(data, offset, size, &error);
     if (error != nullptr) g_error_free(error);
-    PendingUrb p{static_cast<UMockdevIoctlData*>(umockdev_ioctl_data_ref(arg)), buffer};
+    return child;
+}
+
+UMockdevIoctlData* resolve(UMockdevIoctlData* arg, gsize size) { return resolveAt(arg, 0, size); }
+
+void submit(Node* node, UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
+    UMockdevIoctlData* urbData = resolve(arg, sizeof(usbdevfs_urb));
+    if (urbData == nullptr) {
+        umockdev_ioctl_client_complete(client, -1, EFAULT);
+        return;
+    }
+    auto* urb = reinterpret_cast<usbdevfs_urb*>(urbData->data);
+    UMockdevIoctlData* buffer =
+        urb->buffer_length > 0 ? resolveAt(urbData, offsetof(usbdevfs_urb, buffer), (gsize)urb->buffer_length) : nullptr;
+    PendingUrb p{urbData, buffer};
     if (urb->type != USBDEVFS_URB_TYPE_CONTROL || buffer == nullptr || urb->buffer_length < 8) {
         completeUrb(node, p, -EPIPE, 0);  // no bulk data on this board
     } else {
@@ -113,8 +124,10 @@ void reap(Node* node, UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
     }
     PendingUrb p = node->done.front();
     node->done.pop_front();
-    umockdev_ioctl_data_set_ptr(arg, 0, p.urb);
+    UMockdevIoctlData* slot = resolve(arg, sizeof(void*));
+    if (slot != nullptr) umockdev_ioctl_data_set_ptr(slot, 0, p.urb);
     umockdev_ioctl_client_complete(client, 0, 0);
+    if (slot != nullptr) umockdev_ioctl_data_unref(slot);
     if (p.buffer != nullptr) umockdev_ioctl_data_unref(p.buffer);
     umockdev_ioctl_data_unref(p.urb);
 }
@@ -141,8 +154,10 @@ gboolean onIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
         return TRUE;
     }
     if (request == USBDEVFS_GET_CAPABILITIES) {
-        memset(arg->data, 0, sizeof(ci_u32));
+        UMockdevIoctlData* caps = resolve(arg, sizeof(ci_u32));
+        if (caps != nullptr) memset(caps->data, 0, sizeof(ci_u32));
         umockdev_ioctl_client_complete(client, 0, 0);
+        if (caps != nullptr) umockdev_ioctl_data_unref(caps);
     } else if (request == USBDEVFS_CLAIMINTERFACE || request == USBDEVFS_RELEASEINTERFACE) {
         umockdev_ioctl_client_complete(client, 0, 0);
     } else if (request == USBDEVFS_SUBMITURB) {
@@ -212,12 +227,18 @@ UsbBoard& UsbTestbed::addBoard(const UsbBoardConfig& config) {
     return *node.board;
 }
 
-void UsbTestbed::unplug(UsbBoard& board) {
+void UsbTestbed::cutOff(UsbBoard& board) {
     for (Node& node : impl_->nodes) {
         if (node.board.get() != &board) continue;
         std::lock_guard<std::mutex> lock(node.mutex);
         node.unplugged = true;
-        umockdev_testbed_remove_device(impl_->testbed, node.sysPath.c_str());
+    }
+}
+
+void UsbTestbed::unplug(UsbBoard& board) {
+    cutOff(board);
+    for (Node& node : impl_->nodes) {
+        if (node.board.get() == &board) umockdev_testbed_remove_device(impl_->testbed, node.sysPath.c_str());
     }
 }
 

@@ -16,6 +16,9 @@
 
 #include "bus_sim.h"
 
+// The marker pattern the boards send by default.
+std::vector<ci_u8> usb_default_marker();
+
 struct UsbBoardConfig {
     ci_u16 vendorId = 0xC0DE;
     ci_u16 productId = 0x1007;
@@ -24,7 +27,7 @@ struct UsbBoardConfig {
     ci_u8 usbGeneration = 2;       // 2 or 3 (also the device's speed)
     ci_u16 maxPacketSize = 512;
     ci_u16 markerPacketSize = 512;
-    std::vector<ci_u8> marker = {1, 2, 3, 4, 5, 6, 7, 8, 9, 0xAA};
+    std::vector<ci_u8> marker = usb_default_marker();
 };
 
 struct UsbControlRequest {
@@ -125,8 +128,13 @@ public:
     // Publishes a board (or any USB device: a foreign vendor ID is fine) as
     // the next device on bus 1.
     UsbBoard& addBoard(const UsbBoardConfig& config = {});
-    // Removes the board's device: its node answers every ioctl with ENODEV.
+    // Removes the board's device: its node answers every ioctl with ENODEV
+    // and enumeration no longer finds it.  For a board without an open
+    // handle (libusb's hot-plug handling trips over a mocked removal of an
+    // open device).
     void unplug(UsbBoard& board);
+    // A board pulled while open: its node answers every ioctl with ENODEV.
+    void cutOff(UsbBoard& board);
 
     struct Impl;
 
