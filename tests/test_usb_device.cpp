@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <libusb.h>
 
+#include <filesystem>
 #include <vector>
 
+#include "scratch_dir.h"
 #include "transport/usb_private.h"
 #include "usb_board_sim.h"
 
@@ -88,11 +90,24 @@ TEST_F(UsbDevice, BoardsOfOtherVendorsTakeNoIndex) {
 
 TEST_F(UsbDevice, NoKnownVendorFindsNoBoard) {
     bed->addBoard();
+    ScratchDir dir;
+    int round = 0;
     for (const char* value : {static_cast<const char*>(nullptr), "", "0xZZ", "0xC0DE,0xC0DF,0x1", "0x10000"}) {
+        const std::string text = value ? value : "(unset)";
+        const std::string name = std::string("ids") + char('a' + round++);
+        ci_OpenErrorLog(CI_LOG_SEVERE | CI_LOG_ERROR | CI_LOG_INFO, dir.file(name + ".txt").c_str());
         ScopedVendorIds none(value);
-        EXPECT_EQ(open(), CI_CAMERA_ERROR) << (value ? value : "(unset)");
+        EXPECT_EQ(open(), CI_CAMERA_ERROR) << text;
         EXPECT_EQ(n, 0);
         EXPECT_EQ(_CILIBUSB_use_count(), 0);
+        ci_CloseErrorLog();
+        // Unset or empty: one information line; malformed: an error naming the value.
+        const std::string log = scratch_read_file(dir.file(name + "0.txt"));
+        const bool malformed = value != nullptr && value[0] != '\0';
+        const std::string wanted = malformed ? "CI_USB_VENDOR_IDS=\"" + text + "\" is malformed" : "set CI_USB_VENDOR_IDS";
+        const size_t at = log.find(wanted);
+        EXPECT_NE(at, std::string::npos) << log;
+        EXPECT_EQ(log.find(wanted, at + 1), std::string::npos) << log;
     }
     ScopedVendorIds spaced(" C0DE ");
     EXPECT_EQ(open(), CI_CAMERA_SUCCESS);
@@ -108,9 +123,20 @@ TEST_F(UsbDevice, WithoutABoardLibusbIsReleasedAgain) {
     EXPECT_EQ(_CILIBUSB_use_count(), 0);
 }
 
+// Descriptors the process holds: libusb keeps some open while initialised.
+int openDescriptors() {
+    int n = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        (void)entry;
+        n++;
+    }
+    return n;
+}
+
 TEST_F(UsbDevice, LibusbIsExitedAfterTheLastClose) {
     bed->addBoard();
     bed->addBoard();
+    const int before = openDescriptors();
     ASSERT_EQ(open(), CI_CAMERA_SUCCESS);
     ASSERT_EQ(n, 2);
     EXPECT_EQ(_CILIBUSB_use_count(), 2);
@@ -120,6 +146,7 @@ TEST_F(UsbDevice, LibusbIsExitedAfterTheLastClose) {
     USB_Bulk_CloseCameras(1, &cameras[1]);
     n = 0;
     EXPECT_EQ(_CILIBUSB_use_count(), 0);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(UsbDevice, ABoardUnpluggedBeforeItsStartDoesNotStart) {
