@@ -149,6 +149,18 @@ TEST_F(UsbDevice, LibusbIsExitedAfterTheLastClose) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
+TEST_F(UsbDevice, ABoardThatCannotBeClaimedIsNotOpened) {
+    bed->addBoard().refuseClaim(true);
+    ScratchDir dir;
+    ci_OpenErrorLog(CI_LOG_SEVERE | CI_LOG_ERROR, dir.file("claim.txt").c_str());
+    EXPECT_EQ(open(), CI_CAMERA_ERROR);
+    ci_CloseErrorLog();
+    EXPECT_EQ(n, 0);
+    EXPECT_EQ(_CILIBUSB_use_count(), 0);
+    EXPECT_NE(scratch_read_file(dir.file("claim0.txt")).find("libusb_claim_interface returns < 0, exit error"),
+              std::string::npos);
+}
+
 TEST_F(UsbDevice, ABoardUnpluggedBeforeItsStartDoesNotStart) {
     UsbBoard& board = bed->addBoard();
     ASSERT_EQ(open(), CI_CAMERA_SUCCESS);

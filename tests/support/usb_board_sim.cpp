@@ -158,6 +158,8 @@ gboolean onIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
         if (caps != nullptr) memset(caps->data, 0, sizeof(ci_u32));
         umockdev_ioctl_client_complete(client, 0, 0);
         if (caps != nullptr) umockdev_ioctl_data_unref(caps);
+    } else if (request == USBDEVFS_CLAIMINTERFACE && node->board->claimRefused()) {
+        umockdev_ioctl_client_complete(client, -1, EBUSY);
     } else if (request == USBDEVFS_CLAIMINTERFACE || request == USBDEVFS_RELEASEINTERFACE) {
         umockdev_ioctl_client_complete(client, 0, 0);
     } else if (request == USBDEVFS_SUBMITURB) {

@@ -69,6 +69,9 @@ public:
     void stallNext(ci_u8 request = 0);
     void shortReplyNext(ci_u8 request, ci_u16 bytes);
     void hangNext(ci_u8 request = 0);
+    // Interface 0 cannot be claimed (another driver holds it).
+    void refuseClaim(bool refuse) { refuseClaim_ = refuse; }
+    bool claimRefused() const { return refuseClaim_; }
 
     // Controller memories and board state.
     ci_u8 xdata(ci_u16 addr) const;
@@ -110,6 +113,7 @@ private:
     ci_u8 lastWriteStatus_ = kBusOk;
     ci_u8 bitRate_ = 1;
     int fifoResets_ = 0;
+    bool refuseClaim_ = false;
     std::vector<ci_u8> xdata_ = std::vector<ci_u8>(65536, 0);
     std::vector<ci_u8> intRam_ = std::vector<ci_u8>(256, 0);
     std::vector<ci_u8> sfr_ = std::vector<ci_u8>(256, 0);
