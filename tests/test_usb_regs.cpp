@@ -2,9 +2,23 @@
 // the wire (request, type, value, index, data) and what lands on the bus.
 #include <gtest/gtest.h>
 
+#include "scratch_dir.h"
 #include "usb_camera.h"
 
 namespace {
+
+// The error log (errors only) while alive.
+class ErrorLog {
+public:
+    ErrorLog() { ci_OpenErrorLog(CI_LOG_SEVERE | CI_LOG_ERROR, dir_.file("regs.txt").c_str()); }
+    ~ErrorLog() { ci_CloseErrorLog(); }
+    bool has(const std::string& text) const {
+        return scratch_read_file(dir_.file("regs0.txt")).find(text) != std::string::npos;
+    }
+
+private:
+    ScratchDir dir_;
+};
 
 constexpr ci_u32 kBase = 0x48;
 
@@ -146,20 +160,29 @@ struct Gate {
     ci_u32 addrBits, dataBits;
     ci_error_code belowResult;
     ci_u8 requestAtGate;
+    const char* message;  // logged below the gate
 };
 
 TEST_F(UsbRegs, FirmwareGatesSitExactlyWhereTheyBelong) {
     const Gate gates[] = {
-        {"8-bit burst reads from 10", 0x1007, 9, 10, 8, 8, CI_CAMERA_NOT_SUPPORTED, VR_REG_READ_X},
-        {"16-bit addresses from 27", 0x1007, 26, 27, 16, 16, CI_CAMERA_ERROR, VR_I2C_READ_16},
-        {"16/8 reads from 28", 0x1007, 27, 28, 16, 8, CI_CAMERA_ERROR, VR_I2C_READ_16_8},
-        {"generic reads from 35", 0x1007, 34, 35, 24, 8, CI_CAMERA_NOT_SUPPORTED, VR_I2C_READ_X},
+        {"8-bit burst reads from 10", 0x1007, 9, 10, 8, 8, CI_CAMERA_NOT_SUPPORTED, VR_REG_READ_X, nullptr},
+        {"16-bit addresses from 27", 0x1007, 26, 27, 16, 16, CI_CAMERA_ERROR, VR_I2C_READ_16,
+         "Firmware doesn't support 16-bit addresses"},
+        {"16/8 reads from 28", 0x1007, 27, 28, 16, 8, CI_CAMERA_ERROR, VR_I2C_READ_16_8,
+         "Firmware doesn't support 16/8 I2C read"},
+        {"generic reads from 35", 0x1007, 34, 35, 24, 8, CI_CAMERA_NOT_SUPPORTED, VR_I2C_READ_X, nullptr},
     };
     for (const Gate& g : gates) {
         SCOPED_TRACE(g.what);
         UsbCamera& lo = make(board(g.product, g.below), g.addrBits, g.dataBits);
         ci_u32 v = 0;
-        EXPECT_EQ(USB_Bulk_ReadRegister(lo.get(), kBase, 0x10, &v), g.belowResult);
+        {
+            ErrorLog log;
+            EXPECT_EQ(USB_Bulk_ReadRegister(lo.get(), kBase, 0x10, &v), g.belowResult);
+            if (g.message != nullptr) {
+                EXPECT_TRUE(log.has(g.message));
+            }
+        }
         EXPECT_TRUE(lo.board().requestsOf(g.requestAtGate).empty());
         UsbCamera& at = make(board(g.product, g.at), g.addrBits, g.dataBits);
         EXPECT_EQ(USB_Bulk_ReadRegister(at.get(), kBase, 0x10, &v), CI_CAMERA_SUCCESS);
@@ -213,7 +236,9 @@ TEST_F(UsbRegs, OnlyTheOlderBoardsFromFirmware42AreAskedForTheWriteStatus) {
 TEST_F(UsbRegs, AFailedAddressPhaseEndsTheGenericRead) {
     UsbCamera& c = make(board(0x1007, 50), 24, 16);
     ci_u32 v = 0;
+    ErrorLog log;
     EXPECT_EQ(USB_Bulk_GenericRead(c.get(), 0x50, 24, 0x10, 16, 1, &v), CI_I2C_NACK_ERROR);
+    EXPECT_TRUE(log.has("Error writing shipAddr=0x50"));
     EXPECT_TRUE(c.board().requestsOf(VR_I2C_READ_X).empty());
     const auto phase = c.board().requestsOf(VR_REG_WRITE_X);
     ASSERT_EQ(phase.size(), 1u);
