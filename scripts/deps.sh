@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, when they are missing.
 set -euo pipefail
-packages=(build-essential cmake ninja-build pkg-config libusb-1.0-0-dev libexpat1-dev libpng-dev libtiff-dev libjpeg-dev zlib1g-dev
+packages=(build-essential cmake ninja-build pkg-config libusb-1.0-0-dev umockdev libumockdev-dev libexpat1-dev libpng-dev libtiff-dev libjpeg-dev zlib1g-dev
           libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev help2man
           pybind11-dev python3-dev python3-numpy python3-pytest
           libavformat-dev libavcodec-dev libswscale-dev libavutil-dev)

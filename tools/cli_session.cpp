@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "cli_debug.h"
@@ -114,12 +115,20 @@ int open_demo(const Options& options, ci_error_code why, Session& session) {
     return kExitOk;
 }
 
+// Without CI_USB_VENDOR_IDS no USB board can be found: say how to name them.
+void usb_hint(const Options& options) {
+    const char* ids = std::getenv("CI_USB_VENDOR_IDS");
+    if ((options.transports & CI_TRANSPORT_USB) == 0 || (ids != nullptr && ids[0] != '\0')) return;
+    report_note("No USB vendor ID is known: set CI_USB_VENDOR_IDS (e.g. 0xC0DE,0xC0DF) to find USB boards");
+}
+
 int open_cameras(const Options& options, Session& session) {
     const std::string sensorData = options.sensorData.empty() ? default_sensor_data() : options.sensorData;
     const ci_error_code code = ci_OpenCameras2(session.cameras, &session.count, sensorData.c_str(),
                                                options.transports, options.plugin.c_str());
     if (session.count > 0) return kExitOk;
     session.count = 0;
+    usb_hint(options);
     // The demo cameras stand in only on a plain run: a user who chose the
     // transports or a plugin asked for those and is told they found nothing.
     if (options.noDemo || options.transportsGiven || !options.plugin.empty()) {

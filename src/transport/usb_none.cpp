@@ -1,9 +1,9 @@
-// The USB transport is not available in this build: it finds no camera.
-#define CK_SOURCE "transport/usb_bulk"
+// The USB transport of a build without libusb: it finds no board.
+#define CK_SOURCE "transport/usb_none"
 #include "core/camkit_private.h"
 
 ci_error_code _CILIBUSB_OpenCameras(ci_camera_t**, ci_s32* n, const char*, const char*) {
-    *n = 0;
+    if (n != nullptr) *n = 0;
     return CI_CAMERA_SUCCESS;
 }
 

@@ -1,0 +1,251 @@
+// The USB transport: finds the boards of the known vendors, identifies each
+// one (vendor data, firmware version, sensor) and leaves it stopped; the
+// application's start re-opens it by its index on the bus.
+#define CK_SOURCE "transport/usb_transport"
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "transport/usb_private.h"
+
+namespace {
+
+constexpr ci_s32 kMaxBoards = 16;
+constexpr ci_u8 kDefaultMarker[10] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 0xAA};
+
+// Neutral names of the two configured vendors, for the driver description.
+const char* vendorSuffix(ci_u32 vendorID) {
+    int numIds = 0;
+    const ci_u32* ids = _CILIBUSB_VendorIds(&numIds);
+    switch (_usb_vendor_rank(vendorID, ids, numIds)) {
+        case 1:
+            return " (first vendor)";
+        case 2:
+            return " (second vendor)";
+        default:
+            return "";
+    }
+}
+
+ci_error_code startTransport(ci_camera_t* camera) {
+    USB_Bulk_Context* usb = _usb_context(camera);
+    if (usb == nullptr) return CI_CAMERA_ERROR;
+    return _CILIBUSB_StartTransport(usb) == 0 ? CI_CAMERA_SUCCESS : CI_CAMERA_ERROR;
+}
+
+ci_error_code stopTransport(ci_camera_t* camera) {
+    USB_Bulk_Context* usb = _usb_context(camera);
+    if (usb != nullptr) _CILIBUSB_StopTransport(usb);
+    return CI_CAMERA_SUCCESS;
+}
+
+bool sizeAccepted(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
+    if (_usb_old_fw_below(camera, 35)) return value == 8 || value == 16;
+    if (mode == CI_REG_ADDR_SIZE && value == 0) return true;
+    return value == 8 || value == 16 || value == 24 || value == 32;
+}
+
+ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
+    switch (mode) {
+        case CI_REG_ADDR_SIZE:
+        case CI_REG_DATA_SIZE:
+            if (!sizeAccepted(camera, mode, value)) {
+                char message[64];
+                snprintf(message, sizeof message, "register %s size %u is not supported by this board",
+                         mode == CI_REG_ADDR_SIZE ? "address" : "data", value);
+                return CK_ERR(CI_CAMERA_ERROR, message);
+            }
+            return _SetMode(camera, mode, value);
+        case CI_SHIP_SPEED:
+            return USB_Bulk_SetShipSpeed(camera, value);
+        default:
+            return _SetMode(camera, mode, value);
+    }
+}
+
+ci_error_code getMode(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
+    if (mode == CI_SHIP_SPEED) return USB_Bulk_GetShipSpeed(camera, value);
+    return _GetMode(camera, mode, value);
+}
+
+const char* getDeviceName(ci_camera_t* camera) {
+    const USB_Bulk_Context* usb = _usb_context(camera);
+    return usb != nullptr ? usb->deviceName : "";
+}
+
+ci_error_code enableDeviceNotification(ci_camera_t* camera, intptr_t) {
+    const USB_Bulk_Context* usb = _usb_context(camera);
+    return usb == nullptr || usb->driverType != kUsbDriverLibusb ? CI_CAMERA_ERROR : CI_CAMERA_SUCCESS;
+}
+
+ci_error_code matchDevChangeMsg(ci_camera_t*, ci_u32, void*) { return CI_CAMERA_SUCCESS; }
+
+ci_error_code disableDeviceNotification(ci_camera_t* camera) {
+    const USB_Bulk_Context* usb = _usb_context(camera);
+    return usb == nullptr || usb->driverType != kUsbDriverLibusb ? CI_CAMERA_SUCCESS : CI_CAMERA_NOT_SUPPORTED;
+}
+
+// Stops the board, releases its driver record (and libusb's use count) and
+// the board-internal table; the core frees the rest.
+void freeContext(ci_camera_t* camera, void* context) {
+    auto* usb = static_cast<USB_Bulk_Context*>(context);
+    _CILIBUSB_StopTransport(usb);
+    if (usb->driverInfo != nullptr) _CILIBUSB_FreeDriverInfo(usb);
+    free(usb);
+    if (camera != nullptr) {
+        free(camera->int_dev_functions);
+        camera->int_dev_functions = nullptr;
+    }
+}
+
+const _transport_ops_t kUsbOps = [] {
+    _transport_ops_t ops{};
+    ops.transportType = CI_TRANSPORT_USB;
+    ops.transportName = "USB 2.0";
+    ops.productName = "USB camera board";
+    ops.startTransport = startTransport;
+    ops.stopTransport = stopTransport;
+    ops.getFrameData = _transport_get_frame_data;
+    ops.updateFrameSize = _transport_update_frame_size;
+    ops.setMode = setMode;
+    ops.getMode = getMode;
+    ops.readSensorRegistersNolock = USB_Bulk_ReadSensorRegisters;
+    ops.writeSensorRegistersNolock = USB_Bulk_WriteSensorRegisters;
+    ops.readRegisterNolock = USB_Bulk_ReadRegister;
+    ops.writeRegisterNolock = USB_Bulk_WriteRegister;
+    ops.readRegistersNolock = USB_Bulk_ReadRegisters;
+    ops.writeRegistersNolock = USB_Bulk_WriteRegisters;
+    ops.getDeviceName = getDeviceName;
+    ops.freeTransportContext = freeContext;
+    return ops;
+}();
+
+USB_Bulk_Context* newContext(void) {
+    auto* usb = static_cast<USB_Bulk_Context*>(calloc(1, sizeof(USB_Bulk_Context)));
+    if (usb == nullptr) return nullptr;
+    usb->driverType = kUsbDriverLibusb;
+    snprintf(usb->deviceName, sizeof usb->deviceName, "%s", libdvrname);
+    usb->usbVersion = 2;
+    usb->maxPacketSize = 1024;
+    usb->markerPacketSize = 512;
+    usb->markerSize = sizeof kDefaultMarker;
+    memcpy(usb->marker, kDefaultMarker, sizeof kDefaultMarker);
+    usb->grabframeTimeout = 5000;
+    return usb;
+}
+
+// Vendor, product and firmware version; the newest board reports its
+// firmware version through a request.
+ci_error_code readIdentity(ci_camera_t* camera, USB_Bulk_Context* usb) {
+    _CILIBUSB_get_vid_pid(usb);
+    if (usb->productID != CI_KITE_3) return CI_CAMERA_SUCCESS;
+    ci_u8 version[2] = {0, 0};
+    const ci_error_code rc = _usb_request(camera, VR_FW_VERSION, kUsbDirIn, 0, 0, 2, version);
+    if (rc != CI_CAMERA_SUCCESS) return rc;
+    usb->firmwareVersion = (usb->firmwareVersion & 0xFFFF0000u) | version[0] | ((ci_u32)version[1] << 8);
+    return CI_CAMERA_SUCCESS;
+}
+
+void describeDriver(ci_camera_t* camera, const USB_Bulk_Context* usb) {
+    snprintf(_ctx(camera)->driverInfo, sizeof(ci_string), "%s (%d.%d.%d.%d) - VendorID: 0x%04X%s", "", 0, 0, 0, 0,
+             usb->vendorID, vendorSuffix(usb->vendorID));
+}
+
+void stampCamera(ci_camera_t* camera, const USB_Bulk_Context* usb) {
+    camera->productID = (ci_product_ids)usb->productID;
+    camera->productVersion = usb->driverInfo->bcdDevice;
+    camera->firmwareVersion = usb->firmwareVersion;
+    const char* name = usb->usbVersion == 1 ? "USB 1.X" : usb->usbVersion == 2 ? "USB 2.0" : "USB 3.0";
+    snprintf(camera->transportName, sizeof camera->transportName, "%s", name);
+    camera->transportType = CI_TRANSPORT_USB;
+}
+
+// Identifies the board behind `handle` and its sensor.
+ci_error_code initCamera(ci_camera_t* camera, USB_Bulk_Context* usb, void* handle, const char* sensorName) {
+    _common_context_t* ctx = _ctx(camera);
+    usb->pCamera = camera;
+    ctx->enableDeviceNotification = enableDeviceNotification;
+    ctx->matchDevChangeMsg = matchDevChangeMsg;
+    ctx->disableDeviceNotification = disableDeviceNotification;
+    if (!_CILIBUSB_InitDriverInfo(usb, handle)) return CK_ERR(CI_CAMERA_ERROR, "cannot allocate the driver record");
+    if (readIdentity(camera, usb) != CI_CAMERA_SUCCESS) {
+        return ci_Errorlog(CI_CAMERA_ERROR, 1, "cannot read the board's firmware version", CK_SOURCE, __func__,
+                           __LINE__);
+    }
+    const bool wantsSensor = sensorName != nullptr && sensorName[0] != '\0';
+    if (wantsSensor && _USB_Bulk_GetVendorData(camera) != CI_CAMERA_SUCCESS) {
+        return ci_Errorlog(CI_CAMERA_ERROR, 1, "cannot read the board's vendor data", CK_SOURCE, __func__, __LINE__);
+    }
+    describeDriver(camera, usb);
+    int numIds = 0;
+    const ci_u32* ids = _CILIBUSB_VendorIds(&numIds);
+    if (_usb_vendor_rank(usb->vendorID, ids, numIds) == 0) {
+        return ci_Errorlog(CI_CAMERA_ERROR, 1, "the board's vendor ID is not a known one", CK_SOURCE, __func__,
+                           __LINE__);
+    }
+    stampCamera(camera, usb);
+    if (!wantsSensor) return CI_CAMERA_SUCCESS;
+    // Identification reads registers through the locking routines.
+    osal_init_critical_section(&ctx->criticalSection, "");
+    return _getSensor(camera, sensorName);
+}
+
+// Opens the board found at `index` as a camera; null when it fails.
+ci_camera_t* openBoard(void* handle, const char* sensorName, ci_error_code* result) {
+    USB_Bulk_Context* usb = newContext();
+    if (usb == nullptr) {
+        *result = CK_ERR(CI_CAMERA_ERROR, "");
+        return nullptr;
+    }
+    ci_camera_t* camera = _transport_new_camera(&kUsbOps, usb);
+    if (camera == nullptr) {
+        *result = CI_CAMERA_ERROR;
+        return nullptr;
+    }
+    *result = initCamera(camera, usb, handle, sensorName);
+    if (*result == CI_CAMERA_SUCCESS) {
+        camera->int_dev_functions = malloc(sizeof(USB_INT_DEV_functions));
+        if (camera->int_dev_functions == nullptr) *result = CI_CAMERA_ERROR;
+    }
+    if (*result != CI_CAMERA_SUCCESS) {
+        if (usb->driverInfo == nullptr) {
+            // The handle never reached the driver record: close it here.
+            CILIBUSB_driverInfo info{};
+            info.hDevice = handle;
+            usb->driverInfo = &info;
+            _CILIBUSB_StopTransport(usb);
+            usb->driverInfo = nullptr;
+            _CILIBUSB_init_lusb(0);
+        }
+        _transport_free_camera(&kUsbOps, camera);
+        return nullptr;
+    }
+    memcpy(camera->int_dev_functions, &kUsbIntDevFunctions, sizeof kUsbIntDevFunctions);
+    return camera;
+}
+
+}  // namespace
+
+ci_error_code _CILIBUSB_OpenCameras(ci_camera_t** cameras, ci_s32* n, const char* sensorName, const char*) {
+    if (n == nullptr || cameras == nullptr) return CI_CAMERA_ERROR;
+    *n = 0;
+    if (!_CILIBUSB_LoadVendorIds()) return CI_CAMERA_ERROR;
+    ci_error_code result = CI_CAMERA_ERROR;
+    for (ci_u32 index = 0; *n < kMaxBoards; index++) {
+        if (!_CILIBUSB_init_lusb(1)) return CI_CAMERA_ERROR;
+        memset(&cilibusb_drvinfo_tmp, 0, sizeof cilibusb_drvinfo_tmp);
+        void* handle = nullptr;
+        if (!_bOpenLibUSBDev(index, &handle, &cilibusb_drvinfo_tmp)) {
+            _CILIBUSB_init_lusb(0);
+            break;
+        }
+        ci_camera_t* camera = openBoard(handle, sensorName, &result);
+        if (camera == nullptr) continue;
+        cameras[(*n)++] = camera;
+        _CILIBUSB_SetDevName(camera, 0);
+        stopTransport(camera);
+    }
+    return result;
+}
+
+void USB_Bulk_CloseCameras(ci_s32 n, ci_camera_t** cameras) { _transport_free_cameras(&kUsbOps, n, cameras); }
