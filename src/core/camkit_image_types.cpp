@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "core/camkit_private.h"
+#include "sensor/sensor_traits.h"
 
 namespace {
 
@@ -31,14 +32,10 @@ constexpr CodeSet makeSet(const int (&codes)[N]) {
 constexpr int kBayerTypes[] = {1, 2, 3, 4, 12, 13, 14, 17, 21, 22, 23, 24, 27, 29, 31};
 constexpr int kYcbcrTypes[] = {5, 30};
 constexpr int kJpegTypes[] = {16, 28, 32};
-constexpr int kSocSensorTypes[] = {5,  6,  8,  10, 14, 16, 20, 23, 24,  26,  29,  35,  37,  38,
-                                   39, 44, 45, 46, 47, 54, 55, 56, 61,  62,  66,  68,  71,  72,
-                                   74, 75, 76, 79, 95, 99, 103, 104, 106, 110, 111, 115};
 
 constexpr CodeSet kBayer = makeSet(kBayerTypes);
 constexpr CodeSet kYcbcr = makeSet(kYcbcrTypes);
 constexpr CodeSet kJpeg = makeSet(kJpegTypes);
-constexpr CodeSet kSoc = makeSet(kSocSensorTypes);
 
 // A sensor whose SOC status depends on what it is configured to output.
 constexpr ci_sensor_types kYcbcrOnlySocType = (ci_sensor_types)19;
@@ -77,7 +74,7 @@ ci_s32 ci_IsSOC(ci_camera_t* camera) {
     const ci_sensor_t* sensor = camera->sensor;
     if (sensor == nullptr) return 0;
     if (sensor->sensorType == kYcbcrOnlySocType) return sensor->imageType == CI_YCBCR;
-    return kSoc.has(sensor->sensorType);
+    return _sensorTraits((ci_u32)sensor->sensorType).soc;
 }
 
 ci_s32 ci_IsArrayImager(ci_camera_t* camera) {

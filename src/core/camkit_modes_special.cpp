@@ -5,6 +5,7 @@
 #include <cassert>
 
 #include "core/camkit_modes.h"
+#include "sensor/sensor_traits.h"
 
 ci_error_code _mode_set_unswizzle(ci_camera_t* camera, _common_context_t*, const _mode_row_t*, ci_u32 val) {
     return _set_unswizzle_mode(camera, val);
@@ -22,13 +23,7 @@ static ci_u32 _data_is_swizzled(ci_camera_t* camera, const _common_context_t* ct
     if (situation == SWIZSIT_UNNEEDED) return 0;
     if (ctx->unswizzle_mode == CI_SW_UNSWIZZLE || ctx->unswizzle_mode == CI_ANY_UNSWIZZLE) return 0;
     if (ctx->unswizzle_mode == CI_HW_UNSWIZZLE && situation == SWIZSIT_HW_CAN) return 0;
-    switch (camera->sensor != nullptr ? camera->sensor->sensorType : CI_UNKNOWN_SENSOR) {
-    case CI_RESERVED_SENSOR71:
-    case CI_RESERVED_SENSOR78:
-    case CI_RESERVED_SENSOR79: return 0;
-    case CI_RESERVED_SENSOR43: return 2;
-    default: return 1;
-    }
+    return _sensorTraits(camera->sensor != nullptr ? (ci_u32)camera->sensor->sensorType : 0u).swizzle;
 }
 
 ci_error_code _mode_set_ignored(ci_camera_t*, _common_context_t*, const _mode_row_t*, ci_u32) {

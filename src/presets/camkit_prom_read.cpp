@@ -11,13 +11,13 @@
 #include <cstring>
 
 #include "presets/presets_internal.h"
+#include "sensor/sensor_traits.h"
 
 namespace {
 
 bool promOnFarBus(const ci_camera_t* camera) {
     if (!camera->sensor) return false;
-    const ci_u32 t = (ci_u32)camera->sensor->sensorType;
-    return t == 71 || t == 103 || t == 110 || t == 111;
+    return _sensorTraits((ci_u32)camera->sensor->sensorType).far != CK_FAR_NONE;
 }
 
 ci_error_code readOwnBus(ci_camera_t* camera, ci_u32 busAddr, ci_u32 promAddr, ci_u32 count, ci_u8* out) {

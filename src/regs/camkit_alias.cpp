@@ -100,21 +100,21 @@ bool pointerWord(ci_camera_t* camera, ci_reg_data_t* addrReg, ci_u32* word) {
 Target decodeWord(const _sg_context_t* sg, ci_s32 style, bool logical, ci_u32 word) {
     const bool byte = (word & 0x8000u) != 0;
     const ci_s32 width = byte ? 1 : 2;
-    const bool upper = byte && style == 54;
-    if (style == 16 && (word & 0x2000u)) return Target{CI_MCU_ADDR, (word >> 8) & 0x1Fu, word & 0xFFu, width, upper};
-    if (style != 16 && logical) return Target{CI_MCU_ADDR, (word >> 10) & 0x1Fu, word & 0x3FFu, width, upper};
-    const ci_u32 a15 = style == 16 ? 0u : (sg->current_phy_a15 & 1u);
-    const ci_u32 region = style == 54 && sg->current_phy_region != CI_ACCESS_UNKNOWN ? sg->current_phy_region : 0u;
+    const bool upper = byte && style == CK_MCU_54;
+    if (style == CK_MCU_16 && (word & 0x2000u)) return Target{CI_MCU_ADDR, (word >> 8) & 0x1Fu, word & 0xFFu, width, upper};
+    if (style != CK_MCU_16 && logical) return Target{CI_MCU_ADDR, (word >> 10) & 0x1Fu, word & 0x3FFu, width, upper};
+    const ci_u32 a15 = style == CK_MCU_16 ? 0u : (sg->current_phy_a15 & 1u);
+    const ci_u32 region = style == CK_MCU_54 && sg->current_phy_region != CI_ACCESS_UNKNOWN ? sg->current_phy_region : 0u;
     return Target{CI_SFR_ADDR, region, (a15 << 15) | (word & 0x7FFFu), width, upper};
 }
 
 bool portTarget(ci_camera_t* camera, const _sg_context_t* sg, ci_s32 style, ci_reg_data_t* reg, Target* t) {
-    const ci_reg_data_t* data = _mcuReg(camera, style == 54 ? "MCU_VARIABLE_DATA0" : "MCU_DATA_0");
+    const ci_reg_data_t* data = _mcuReg(camera, style == CK_MCU_54 ? "MCU_VARIABLE_DATA0" : "MCU_DATA_0");
     if (!data || !sameRegister(reg, data)) return false;
-    if (style != 16) refreshIfUnknown(camera, true, sg->current_access_logical);
-    const bool logical = style == 16 || sg->current_access_logical == 1u;
+    if (style != CK_MCU_16) refreshIfUnknown(camera, true, sg->current_access_logical);
+    const bool logical = style == CK_MCU_16 || sg->current_access_logical == 1u;
     if (!logical && sg->current_access_logical != 0u) return false;
-    const char* addrName = style == 54 ? (logical ? "LOGICAL_ADDRESS_ACCESS" : "PHYSICAL_ADDRESS_ACCESS")
+    const char* addrName = style == CK_MCU_54 ? (logical ? "LOGICAL_ADDRESS_ACCESS" : "PHYSICAL_ADDRESS_ACCESS")
                                        : (logical ? "MCU_ADDRESS" : "PHYSICAL_ADDR_ACCESS");
     ci_reg_data_t* addrReg = _mcuReg(camera, addrName);
     ci_u32 word = 0;
@@ -127,13 +127,13 @@ bool locate(ci_camera_t* camera, ci_s32 style, ci_reg_data_t* reg, bool full, Ta
     const _sg_context_t* sg = _ctx(camera)->sg_context;
     if (!sg) return false;
     switch (style) {
-        case 55:
+        case CK_MCU_55:
             return window55(camera, sg, reg->reg_addr, full, t);
-        case 71:
+        case CK_MCU_71:
             return window71(camera, sg, reg->reg_addr, full, t);
-        case 16:
-        case 44:
-        case 54:
+        case CK_MCU_16:
+        case CK_MCU_44:
+        case CK_MCU_54:
             return full && portTarget(camera, sg, style, reg, t);
         default:
             return false;

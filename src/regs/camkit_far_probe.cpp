@@ -9,6 +9,7 @@
 // Other sensors cannot be probed and every address is taken as present.
 #define CK_SOURCE "camkit_reg"
 #include "regs/camkit_mcu.h"
+#include "sensor/sensor_traits.h"
 
 namespace {
 
@@ -57,12 +58,10 @@ int probeWide(ci_camera_t* camera, ci_u32 base) {
 }
 
 int probeOne(ci_camera_t* camera, ci_u32 base) {
-    switch ((ci_u32)camera->sensor->sensorType) {
-        case 71u:
+    switch (_sensorTraits((ci_u32)camera->sensor->sensorType).far) {
+        case CK_FAR_MASTER:
             return probe71(camera, base);
-        case 103u:
-        case 110u:
-        case 111u:
+        case CK_FAR_WIDE:
             return probeWide(camera, base);
         default:
             return 1;
@@ -87,7 +86,7 @@ ci_error_code ci_ProbeFarBus(ci_camera_t* camera) {
     if (!ctx || !camera->sensor || !ctx->sg_context) return CI_CAMERA_SUCCESS;
     _sg_context_t* sg = ctx->sg_context;
     _getRegisterLock(camera);
-    if (_advancedBaseType((ci_u32)camera->sensor->sensorType)) {
+    if (_sensorTraits((ci_u32)camera->sensor->sensorType).far != CK_FAR_NONE) {
         probeAll(camera, sg);
     } else {
         for (ci_u32& word : sg->farBaseMap) word = 0xFFFFFFFFu;

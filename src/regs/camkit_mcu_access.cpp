@@ -42,13 +42,13 @@ ci_error_code readWindow(ci_camera_t* camera, ci_addr_type type, ci_u32 space, c
 }
 
 bool isAdvancedSfr(ci_s32 style, ci_addr_type type) {
-    return style == 71 && type == CI_SFR_ADDR;
+    return style == CK_MCU_71 && type == CI_SFR_ADDR;
 }
 
 // Writes count values through the mapped window of style 55 or 71.
 ci_error_code writeMapped(ci_camera_t* camera, ci_s32 style, ci_addr_type type, ci_u32 space, ci_u32 first,
                           ci_u32 count, ci_s32 width, ci_u32* vals) {
-    if (style != 55) return _mcuAdvTransfer(camera, first, count, width, vals, 1);
+    if (style != CK_MCU_55) return _mcuAdvTransfer(camera, first, count, width, vals, 1);
     ci_u32 mapped = 0;
     const ci_error_code rc = selectWindow(camera, type, space, first, &mapped);
     if (rc != CI_CAMERA_SUCCESS) return rc;
@@ -65,7 +65,7 @@ ci_error_code _mcuRead(ci_camera_t* camera, ci_addr_type type, ci_u32 space, ci_
     if (rc != CI_CAMERA_NOT_SUPPORTED) return rc;
 
     const ci_s32 style = ci_McuAddrStyle(camera);
-    if (style == 55) return readWindow(camera, type, space, first, count, width, vals);
+    if (style == CK_MCU_55) return readWindow(camera, type, space, first, count, width, vals);
     if (isAdvancedSfr(style, type)) {
         rc = _mcuAdvTransfer(camera, first, count, width, vals, 0);
         if (rc == CI_CAMERA_SUCCESS) _mcuCacheRun(camera, type, space, first, count, width, vals);
@@ -84,7 +84,7 @@ ci_error_code _mcuWrite(ci_camera_t* camera, ci_addr_type type, ci_u32 space, ci
     if (rc != CI_CAMERA_NOT_SUPPORTED) return rc;
 
     const ci_s32 style = ci_McuAddrStyle(camera);
-    if (style == 55 || isAdvancedSfr(style, type)) {
+    if (style == CK_MCU_55 || isAdvancedSfr(style, type)) {
         rc = writeMapped(camera, style, type, space, offset, 1, width, &word);
         if (rc == CI_CAMERA_SUCCESS) _SetRegCacheValueAddr(camera, type, space, offset, value & _mcuWidthMask(width));
         return rc;
@@ -102,7 +102,7 @@ ci_error_code _mcuBurst(ci_camera_t* camera, ci_addr_type type, ci_u32 space, ci
     if (rc != CI_CAMERA_NOT_SUPPORTED) return rc;
 
     const ci_s32 style = ci_McuAddrStyle(camera);
-    if (style == 55 || isAdvancedSfr(style, type)) {
+    if (style == CK_MCU_55 || isAdvancedSfr(style, type)) {
         return writeMapped(camera, style, type, space, first, count, width, vals);
     }
     McuPort port;

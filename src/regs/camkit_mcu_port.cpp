@@ -30,14 +30,14 @@ struct PortNames {
 bool portNames(ci_s32 style, ci_addr_type type, PortNames* names) {
     const bool sfr = type == CI_SFR_ADDR;
     switch (style) {
-        case 16:
+        case CK_MCU_16:
             *names = {nullptr, "MCU_ADDRESS", "MCU_DATA_0", nullptr};
             return true;
-        case 44:
+        case CK_MCU_44:
             *names = sfr ? PortNames{"ACCESS_CTL_STAT", "PHYSICAL_ADDR_ACCESS", "MCU_DATA_0", nullptr}
                          : PortNames{nullptr, "MCU_ADDRESS", "MCU_DATA_0", nullptr};
             return true;
-        case 54:
+        case CK_MCU_54:
             *names = sfr ? PortNames{"ACCESS_CTL_STAT", "PHYSICAL_ADDRESS_ACCESS", "MCU_VARIABLE_DATA0",
                                      "PHYSICAL_BYTE_ACCESS"}
                          : PortNames{nullptr, "LOGICAL_ADDRESS_ACCESS", "MCU_VARIABLE_DATA0", "LOGICAL_BYTE_ACCESS"};
@@ -92,14 +92,14 @@ ci_error_code _mcuPortOpen(ci_camera_t* camera, ci_s32 style, ci_addr_type type,
 ci_u32 _mcuPortAddressWord(const McuPort* port, ci_u32 offset, ci_s32 width) {
     const bool byte = width == 1;
     if (port->type == CI_SFR_ADDR) return (offset & 0x7FFFu) + (byte ? 0x8000u : 0u);
-    if (port->style == 16) return (port->space << 8) | (offset & 0xFFu) | (byte ? 0xA000u : 0x2000u);
+    if (port->style == CK_MCU_16) return (port->space << 8) | (offset & 0xFFu) | (byte ? 0xA000u : 0x2000u);
     return (port->space << 10) | (offset & 0x3FFu) | (byte ? 0x8000u : 0u);
 }
 
 ci_error_code _mcuPortSelect(ci_camera_t* camera, const McuPort* port, ci_u32 offset, ci_s32 width) {
     if (port->ctl) {
         ci_u32 ctl = (offset >> 15) & 1u;
-        if (port->style == 54) ctl |= (port->space * 64u) & 0xFFu;
+        if (port->style == CK_MCU_54) ctl |= (port->space * 64u) & 0xFFu;
         const ci_error_code rc = _WriteSensorRegNolock(camera, port->ctl, ctl);
         if (rc != CI_CAMERA_SUCCESS) return rc;
     }
@@ -109,7 +109,7 @@ ci_error_code _mcuPortSelect(ci_camera_t* camera, const McuPort* port, ci_u32 of
 ci_error_code _mcuPortWrite(ci_camera_t* camera, const McuPort* port, ci_s32 width, ci_u32 value) {
     if (width == 4) return writeQuad(camera, port, value);
     ci_u32 word = value;
-    if (port->style == 54 && width == 1) word <<= 8;
+    if (port->style == CK_MCU_54 && width == 1) word <<= 8;
     const ci_error_code rc = _writeSensorRegsNocache(camera, port->data, 1, &word);
     if (rc == CI_CAMERA_SUCCESS) _SetRegCacheValueReg(camera, port->data, word);
     return rc;
@@ -127,13 +127,13 @@ ci_error_code _mcuPortRead(ci_camera_t* camera, const McuPort* port, ci_s32 widt
     ci_u32 word = 0;
     const ci_error_code rc = _readSensorRegsNocache(camera, port->data, 1, &word);
     if (rc != CI_CAMERA_SUCCESS) return rc;
-    if (port->style == 54 && width == 1) word >>= 8;
+    if (port->style == CK_MCU_54 && width == 1) word >>= 8;
     *value = word & _mcuWidthMask(width);
     return rc;
 }
 
 void _mcuPortEndByteAccess(ci_camera_t* camera, const McuPort* port, ci_s32 width) {
-    if (width != 1 || port->style != 54 || !port->byteField || !_mcuIsType54v1(camera)) return;
+    if (width != 1 || port->style != CK_MCU_54 || !port->byteField || !_mcuIsType54v1(camera)) return;
     if (!_bitfieldLookup(port->addr, port->byteField)) return;
     _WriteSensorRegStrNolock(camera, port->addr->unique_desc, port->byteField, 0);
 }

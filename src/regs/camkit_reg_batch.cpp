@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "regs/regs_internal.h"
+#include "sensor/sensor_traits.h"
 
 namespace {
 
@@ -17,7 +18,7 @@ const char* const kFarBatchRegisters[] = {
 // read registers.
 bool farBatching(ci_camera_t* camera) {
     const ci_sensor_t* sensor = camera->sensor;
-    if (!sensor || (sensor->sensorType != 95 && sensor->sensorType != 99)) {
+    if (!sensor || !_sensorTraits((ci_u32)sensor->sensorType).farBatch) {
         return false;
     }
     for (const char* name : kFarBatchRegisters) {

@@ -18,7 +18,7 @@ bool anySpaceValue(ci_camera_t* camera, const ci_addr_space_val_t* space, ci_u32
         return noSelectors(camera ? camera->sensor : nullptr);
     case CI_SFR_ADDR: {
         const ci_s32 style = ci_McuAddrStyle(camera);
-        return style == 16 || style == 44 || style == 71;
+        return style == CK_MCU_16 || style == CK_MCU_44 || style == CK_MCU_71;
     }
     case CI_IND_ADDR:
         return true;

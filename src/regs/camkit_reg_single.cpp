@@ -10,7 +10,7 @@ namespace {
 // The styles whose alias registers are windows onto MCU memory rather than
 // the data register of an address/data port.
 bool isWindowStyle(ci_s32 style) {
-    return style == 55 || style == 71;
+    return style == CK_MCU_55 || style == CK_MCU_71;
 }
 
 // Bus data width of an aliased variable: its own width, 16 bits without a
@@ -34,7 +34,7 @@ bool fromCache(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32* val, ci_error_co
 
 ci_error_code readPlain(ci_camera_t* camera, ci_reg_data_t* reg, ci_s32 style, const ci_reg_data_t* var,
                         ci_u32* val) {
-    const ci_error_code rc = style == 55 ? _readDirectVarsNocache(camera, reg->reg_addr, aliasBits(var), 1, val)
+    const ci_error_code rc = style == CK_MCU_55 ? _readDirectVarsNocache(camera, reg->reg_addr, aliasBits(var), 1, val)
                                          : _readSensorRegsNocache(camera, reg, 1, val);
     if (rc == CI_CAMERA_SUCCESS) {
         _SetRegCacheValueReg(camera, reg, *val);

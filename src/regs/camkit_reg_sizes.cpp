@@ -2,6 +2,7 @@
 // consecutive registers.
 #define CK_SOURCE "camkit_reg"
 #include "regs/regs_internal.h"
+#include "sensor/sensor_traits.h"
 
 namespace {
 
@@ -52,12 +53,9 @@ ci_u32 ci_GetAddrIncrement(ci_camera_t* camera, ci_addr_type addrType) {
         return 1;
     }
     if (addrType == CI_REG_ADDR) {
-        const ci_u32 model = (ci_u32)sensor->sensorType;
-        if (model == 37 || model == 45) {
-            return 1;
-        }
-        if (model == 35) {
-            return 2;
+        const ci_u32 step = _sensorTraits((ci_u32)sensor->sensorType).regAddrStep;
+        if (step != 0) {
+            return step;
         }
     } else if (addrType != CI_FAR1_REG_ADDR && addrType != CI_FAR2_REG_ADDR) {
         return 1;

@@ -11,7 +11,7 @@ bool named(const ci_reg_data_t* reg, const char* name) {
 }
 
 bool pagedStyle(ci_s32 style) {
-    return style == 44 || style == 54 || style == 55;
+    return style == CK_MCU_44 || style == CK_MCU_54 || style == CK_MCU_55;
 }
 
 
@@ -50,8 +50,8 @@ void _trackDirectAccess(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
     }
     const ci_s32 style = ci_McuAddrStyle(camera);
     if (pagedStyle(style)) {
-        const char* physical = style == 44 ? "PHYSICAL_ADDR_ACCESS" : "PHYSICAL_ADDRESS_ACCESS";
-        const char* logical = style == 44 ? "MCU_ADDRESS" : "LOGICAL_ADDRESS_ACCESS";
+        const char* physical = style == CK_MCU_44 ? "PHYSICAL_ADDR_ACCESS" : "PHYSICAL_ADDRESS_ACCESS";
+        const char* logical = style == CK_MCU_44 ? "MCU_ADDRESS" : "LOGICAL_ADDRESS_ACCESS";
         if (named(reg, "ACCESS_CTL_STAT")) {
             takeRegion(shared, val);
         } else if (named(reg, physical)) {
@@ -59,7 +59,7 @@ void _trackDirectAccess(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
         } else if (named(reg, logical)) {
             shared->current_access_logical = 1;
         }
-    } else if (style == 71 && named(reg, "ADVANCED_BASE")) {
+    } else if (style == CK_MCU_71 && named(reg, "ADVANCED_BASE")) {
         shared->current_adv_base = val;
     }
 }
@@ -77,7 +77,7 @@ void _updateDirectAccess(ci_camera_t* camera) {
     const ci_s32 style = ci_McuAddrStyle(camera);
     if (pagedStyle(style)) {
         refreshFrom(camera, "ACCESS_CTL_STAT", [](ci_u32) {});
-    } else if (style == 71) {
+    } else if (style == CK_MCU_71) {
         refreshFrom(camera, "ADVANCED_BASE", [camera](ci_u32 val) {
             if (_sg_context_t* shared = _ctx(camera)->sg_context) {
                 shared->current_adv_base = val;

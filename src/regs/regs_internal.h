@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/camkit_private.h"
+#include "sensor/sensor_traits.h"
 
 // ---------------------------------------------------------------------------
 // Name and address index of a sensor description (camkit_reg_index.cpp).
