@@ -109,14 +109,14 @@ Target decodeWord(const _sg_context_t* sg, ci_s32 style, bool logical, ci_u32 wo
 }
 
 bool portTarget(ci_camera_t* camera, const _sg_context_t* sg, ci_s32 style, ci_reg_data_t* reg, Target* t) {
-    const ci_reg_data_t* data = _mcuReg(camera, style == CK_MCU_54 ? "MCU_VARIABLE_DATA0" : "MCU_DATA_0");
+    const ck_mcu_port_regs* port = _mcuPortRegs(style);
+    const ci_reg_data_t* data = port ? _mcuReg(camera, port->data) : nullptr;
     if (!data || !sameRegister(reg, data)) return false;
     if (style != CK_MCU_16) refreshIfUnknown(camera, true, sg->current_access_logical);
     const bool logical = style == CK_MCU_16 || sg->current_access_logical == 1u;
     if (!logical && sg->current_access_logical != 0u) return false;
-    const char* addrName = style == CK_MCU_54 ? (logical ? "LOGICAL_ADDRESS_ACCESS" : "PHYSICAL_ADDRESS_ACCESS")
-                                       : (logical ? "MCU_ADDRESS" : "PHYSICAL_ADDR_ACCESS");
-    ci_reg_data_t* addrReg = _mcuReg(camera, addrName);
+    const char* addrName = logical ? port->logicalAddr : port->physicalAddr;
+    ci_reg_data_t* addrReg = addrName ? _mcuReg(camera, addrName) : nullptr;
     ci_u32 word = 0;
     if (!addrReg || !pointerWord(camera, addrReg, &word)) return false;
     *t = decodeWord(sg, style, logical, word);

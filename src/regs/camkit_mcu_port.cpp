@@ -27,24 +27,14 @@ struct PortNames {
 };
 
 // Register names by style and target kind; nullptr ctl means no control write.
+// Style 16 reaches SFRs through its variable port.
 bool portNames(ci_s32 style, ci_addr_type type, PortNames* names) {
-    const bool sfr = type == CI_SFR_ADDR;
-    switch (style) {
-        case CK_MCU_16:
-            *names = {nullptr, "MCU_ADDRESS", "MCU_DATA_0", nullptr};
-            return true;
-        case CK_MCU_44:
-            *names = sfr ? PortNames{"ACCESS_CTL_STAT", "PHYSICAL_ADDR_ACCESS", "MCU_DATA_0", nullptr}
-                         : PortNames{nullptr, "MCU_ADDRESS", "MCU_DATA_0", nullptr};
-            return true;
-        case CK_MCU_54:
-            *names = sfr ? PortNames{"ACCESS_CTL_STAT", "PHYSICAL_ADDRESS_ACCESS", "MCU_VARIABLE_DATA0",
-                                     "PHYSICAL_BYTE_ACCESS"}
-                         : PortNames{nullptr, "LOGICAL_ADDRESS_ACCESS", "MCU_VARIABLE_DATA0", "LOGICAL_BYTE_ACCESS"};
-            return true;
-        default:
-            return false;
-    }
+    const ck_mcu_port_regs* regs = style == CK_MCU_55 ? nullptr : _mcuPortRegs(style);
+    if (!regs) return false;
+    const bool physical = type == CI_SFR_ADDR && regs->physicalAddr;
+    *names = physical ? PortNames{regs->control, regs->physicalAddr, regs->data, regs->physicalByte}
+                      : PortNames{nullptr, regs->logicalAddr, regs->data, regs->logicalByte};
+    return true;
 }
 
 // Number of bus words a four-byte value takes through the data register:

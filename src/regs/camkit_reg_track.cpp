@@ -50,9 +50,10 @@ void _trackDirectAccess(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
     }
     const ci_s32 style = ci_McuAddrStyle(camera);
     if (pagedStyle(style)) {
-        const char* physical = style == CK_MCU_44 ? "PHYSICAL_ADDR_ACCESS" : "PHYSICAL_ADDRESS_ACCESS";
-        const char* logical = style == CK_MCU_44 ? "MCU_ADDRESS" : "LOGICAL_ADDRESS_ACCESS";
-        if (named(reg, "ACCESS_CTL_STAT")) {
+        const ck_mcu_port_regs* port = _mcuPortRegs(style);
+        const char* physical = port->physicalAddr;
+        const char* logical = port->logicalAddr;
+        if (named(reg, port->control)) {
             takeRegion(shared, val);
         } else if (named(reg, physical)) {
             shared->current_access_logical = 0;

@@ -78,3 +78,19 @@ constexpr ck_sensor_traits kPlain{0, false, false, CK_MCU_NONE, CK_MCU_NONE, fal
 const ck_sensor_traits& _sensorTraits(ci_u32 code) {
     return code < kCodes ? kTable[code] : kPlain;
 }
+
+const ck_mcu_port_regs* _mcuPortRegs(ci_s32 style) {
+    static const ck_mcu_port_regs k16{"MCU_ADDRESS", nullptr, "MCU_DATA_0", nullptr, nullptr, nullptr};
+    static const ck_mcu_port_regs k44{"MCU_ADDRESS", "PHYSICAL_ADDR_ACCESS", "MCU_DATA_0", nullptr, nullptr,
+                                      "ACCESS_CTL_STAT"};
+    // Style 55 keeps the port of 54 beside its mapped window.
+    static const ck_mcu_port_regs k54{"LOGICAL_ADDRESS_ACCESS", "PHYSICAL_ADDRESS_ACCESS", "MCU_VARIABLE_DATA0",
+                                      "LOGICAL_BYTE_ACCESS",    "PHYSICAL_BYTE_ACCESS",    "ACCESS_CTL_STAT"};
+    switch (style) {
+        case CK_MCU_16: return &k16;
+        case CK_MCU_44: return &k44;
+        case CK_MCU_54:
+        case CK_MCU_55: return &k54;
+        default: return nullptr;
+    }
+}

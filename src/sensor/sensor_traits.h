@@ -47,3 +47,19 @@ struct ck_sensor_traits {
 
 // The traits of a sensor-type code; a row of defaults for codes without one.
 const ck_sensor_traits& _sensorTraits(ci_u32 code);
+
+// The registers of an MCU access style's port (nullptr: the style has none):
+// address registers for logical (variable) and physical (SFR) locations, the
+// data register, the byte-access fields, and the access control register
+// that selects the physical region.
+struct ck_mcu_port_regs {
+    const char* logicalAddr;
+    const char* physicalAddr;
+    const char* data;
+    const char* logicalByte;
+    const char* physicalByte;
+    const char* control;
+};
+
+// The port registers of a style; nullptr for styles without a port (none, 71).
+const ck_mcu_port_regs* _mcuPortRegs(ci_s32 style);
