@@ -1,6 +1,7 @@
-// Register and bitfield lookup by name, in the sensor and in the board's
-// chip descriptions.  Lookups read the description only: no device access,
-// no camera lock.
+// Register and bitfield lookup by name and by name pattern, in the sensor and
+// in the board's chip descriptions (lookups read the description only: no
+// device access, no camera lock), and the value of a found register for the
+// preset interpreter and identification.
 #define CK_SOURCE "camkit_reg"
 #include <cassert>
 #include <cstdio>
@@ -147,4 +148,46 @@ ci_s32 ci_FindChip(ci_camera_t* camera, const char* chipName) {
         }
     }
     return -2;
+}
+
+// ---- by a name pattern with '?' and '*'
+// The rule of file-name patterns of the OS layer: '?' matches any one
+// character, '*' jumps to the leftmost occurrence of the following segment
+// without backtracking, letters are compared without regard to case.
+int _wildcard_match(const char* pattern, const char* name) {
+    return osal_wildcard_match(pattern, name);
+}
+
+ci_reg_data_t* ci_FindRegisterWildcard(ci_camera_t* camera, const char* pattern, ci_s32* position) {
+    assert(camera && camera->sensor);
+    if (!pattern) {
+        return nullptr;
+    }
+    ci_sensor_t* sensor = camera->sensor;
+    const ci_s32 start = (position && *position > 0) ? *position : 0;
+    for (ci_s32 i = start; sensor->regs && i < sensor->num_regs; ++i) {
+        if (_wildcard_match(pattern, sensor->regs[i].unique_desc)) {
+            if (position) {
+                *position = i + 1;
+            }
+            return &sensor->regs[i];
+        }
+    }
+    return nullptr;
+}
+
+// ---- one register value for the preset interpreter and identification,
+// with the cache setting chosen by the caller.  A register holding
+// 0xFFFFFFFF cannot be told from a failure; callers accept this.
+ci_s32 _GetRegisterValue(ci_camera_t* camera, ci_reg_data_t* reg, ci_s32 useCache) {
+    if (!camera || !reg) {
+        return -1;
+    }
+    ci_u32 value = 0;
+    ci_error_code rc;
+    {
+        ScopedMode cacheUse(camera, CI_USE_REG_CACHE, (ci_u32)useCache);
+        rc = ci_ReadSensorReg(camera, reg, &value);
+    }
+    return rc == CI_CAMERA_SUCCESS ? (ci_s32)value : -1;
 }
