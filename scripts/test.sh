@@ -4,12 +4,12 @@
 #  2. the same suite under AddressSanitizer + UndefinedBehaviorSanitizer, with
 #     line coverage per directory of src/;
 #  3. the thread tests under ThreadSanitizer;
-#  4. each fuzz target for FUZZ_SECONDS (default 60) over its seed corpus.
+#  4. each fuzz target for FUZZ_SECONDS (default 40) over its seed corpus.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh --dev
 jobs=${JOBS:-$(nproc)}
-fuzz_seconds=${FUZZ_SECONDS:-60}
+fuzz_seconds=${FUZZ_SECONDS:-40}
 
 step() { printf '\n==== %s\n' "$*"; }
 summary=$(mktemp)
