@@ -18,5 +18,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/camkitConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/camkitConfig.cmake ${PROJECT_BINARY_DIR}/camkitConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/camkit)
 
+# Static consumers also link the libraries of the optional features built in.
+# pkg-config wants blanks around a version comparison ("libtiff-4 >= 4.5").
+string(REGEX REPLACE "([^ ])(>=|<=|=)([^ ])" "\\1 \\2 \\3" CAMKIT_PC_REQUIRES "${CAMKIT_FEATURE_MODULES}")
+string(REPLACE ";" ", " CAMKIT_PC_REQUIRES "${CAMKIT_PC_REQUIRES}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/camkit.pc.in ${PROJECT_BINARY_DIR}/camkit.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/camkit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
