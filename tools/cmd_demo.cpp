@@ -98,6 +98,17 @@ int read_tour(Session& session) {
     return step(session, ("get " + std::string(reg->unique_desc)).c_str(), run_get, {reg->unique_desc});
 }
 
+// On the simulated demo camera: the presets of the sensor's preset file, and
+// its initialisation run line by line.
+int preset_tour(Session& session) {
+    char file[512];
+    if (!session.demo || !session.simulated || ci_DefaultIniFile(session.camera, file, (ci_s32)sizeof file) != 0) {
+        return kExitOk;
+    }
+    const int rc = step(session, "presets", run_presets, {});
+    return rc != kExitOk ? rc : step(session, "preset \"Kite Initialization\"", run_preset, {"Kite Initialization"});
+}
+
 // A file name in the working directory that nothing uses yet.
 std::string unused_picture_name() {
     std::string name = "camkit_demo.png";
@@ -124,6 +135,7 @@ int run_demo(Session& session, const Args& args) {
     rc = step(session, ("regs --limit " + limit).c_str(), run_regs, {"--limit", limit});
     if (rc != kExitOk) return rc;
     rc = session.demo ? write_tour(session) : read_tour(session);
+    if (rc == kExitOk) rc = preset_tour(session);
     return rc != kExitOk ? rc : grab_tour(session);
 }
 
