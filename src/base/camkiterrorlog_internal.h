@@ -1,7 +1,7 @@
 // Pieces of the error log shared between its source files.
 #pragma once
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 // The log rotates past this file position.
 #define CI_ERRORLOG_MAX_BYTES 3000000L

@@ -6,7 +6,7 @@
 #include <strings.h>
 
 #include "base/datatypes_internal.h"
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 // ---------------------------------------------------------------------------
 // Keywords

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "base/datatypes_internal.h"
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 // ---------------------------------------------------------------------------
 // Conversions that would be undefined for out-of-range values in C++ give the

@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "base/datatypes_internal.h"
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 static ci_u32 low32(unsigned long long v) { return static_cast<ci_u32>(v); }
 

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "base/datatypes_internal.h"
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 // ---------------------------------------------------------------------------
 // Formatting

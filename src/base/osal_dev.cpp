@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 int _bOpenDriver(HANDLE* handle, const char* deviceName, int prepend) {
     (void)prepend;  // the node is always "/dev/video" + name here

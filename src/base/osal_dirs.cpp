@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 int osal_create_directory(const char* path) {
     if (!path) {

@@ -4,7 +4,7 @@
 #include <dlfcn.h>
 #include <limits.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 HMODULE osal_LoadLibrary(const char* name) {
     if (!name || !*name) return nullptr;

@@ -5,7 +5,7 @@
 #include <string.h>
 #include <sys/stat.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #define CK_SOURCE "osal"
 #include <stdlib.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 void* osal_alloc_global(const char* name, size_t size, osal_global_handle* handle) {
     void* block = nullptr;

@@ -4,7 +4,7 @@
 #include <ctype.h>
 #include <string.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 namespace {
 

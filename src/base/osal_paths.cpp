@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 void to_unix_path(char* text) {
     if (!text) return;

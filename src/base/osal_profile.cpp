@@ -4,7 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 namespace {
 

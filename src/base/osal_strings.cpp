@@ -3,7 +3,7 @@
 #include <ctype.h>
 #include <string.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Critical sections: recursive POSIX mutexes, so that a locked operation may
 // call another locked operation on the same camera from the same thread.
 #define CK_SOURCE "osal"
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 void osal_init_critical_section(osal_mutex* mutex, const char* name) {
     (void)name;  // names only matter where locks are shared between processes

@@ -3,7 +3,7 @@
 #include <errno.h>
 #include <time.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 namespace {
 

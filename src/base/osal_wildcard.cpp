@@ -8,7 +8,7 @@
 #define CK_SOURCE "osal"
 #include <ctype.h>
 
-#include "core/camkit_private.h"
+#include "base/base.h"
 
 namespace {
 
