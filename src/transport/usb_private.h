@@ -38,9 +38,43 @@ typedef struct USB_Bulk_Context {
     ci_u32 firmwareVersion;
     ci_u32 vendorID;
     ci_u32 productID;
+    ci_u32 kiteMB;
+    ci_u32 kiteChip;
+    void* transport2Context;
     ci_u32 convert_8_to_16;
+    ci_u32 pixelPack;
     ci_u32 rxBoard;
+    ci_u32 rxVersion;
+    ci_u32 rxFpgaVersion;
+    ci_u32 rxChip;
     ci_u32 grabframeTimeout;
+    ci_u32 memCaptureMB;
+    ci_u32 memCaptureMode;
+    ci_u32 memCaptureNumFrames;
+    ci_u32 memCaptureCycle;
+    ci_u32 memCaptureStart;
+    ci_u32 hdmiChip;
+    ci_u32 hdmiMode;
+    ci_u32 hdmiKite2Crop;  // 0 off, 1 centre, 2 left, 3 right
+    ci_u32 hdmiRgb;
+    ci_u32 hdmiTxMode;
+    ci_u32 hdmiTxVersion;
+    ci_u32 stereoBoard;
+    ci_u32 stereoVersion;
+    ci_u32 stereoChip;
+    // Decoded from the last marker packet.
+    ci_u32 marker_frameCount;
+    ci_u32 marker_frameTime;
+    ci_u32 marker_frameSize;
+    ci_u32 marker_frameLines;
+    ci_u32 marker_lineSize;
+    ci_u32 marker_gpio;
+    ci_u32 marker_frameStatus;
+    ci_u32 marker_eolPadBytes;
+    ci_u32 marker_byteCount;
+    ci_u32 bytesReceived;
+    ci_u32 rxstop;
+    ci_u32 rxstop_reg1;
     ci_camera_t* pCamera;
 } USB_Bulk_Context;
 
@@ -188,3 +222,33 @@ ci_error_code _USB_Bulk_GetVendorData(ci_camera_t* camera);
 ci_error_code _resetFifo(ci_camera_t* camera);
 // The table every USB camera points int_dev_functions at a copy of.
 extern const USB_INT_DEV_functions kUsbIntDevFunctions;
+
+// ------------------------------------------------------------ frames
+// Largest single bulk request the board takes.
+ci_u32 get_max_transfer_size(ci_camera_t* camera);
+ci_error_code USB_Bulk_InitTransport(ci_camera_t* camera, ci_u32 nBitsPerClock, ci_u32 nClocksPerPixel,
+                                     ci_s32 nPolarity, ci_s32 nPixelOffset, ci_s32 noFWCalls);
+ci_error_code USB_Bulk_UpdateFrameSize(ci_camera_t* camera, ci_u32 nWidth, ci_u32 nHeight, ci_s32 nBitsPerClock,
+                                       ci_s32 nClocksPerPixel);
+ci_error_code USB_Bulk_UpdateRawBufferSize(ci_camera_t* camera);
+ci_error_code USB_Bulk_UpdateBufferSize(ci_camera_t* camera, ci_u32 rawBufSize);
+ci_error_code USB_Bulk_GrabFrame(ci_camera_t* camera, ci_u8* pInBuffer, ci_u32 bufferSizeCheck);
+ci_error_code USB_Bulk_GetFrameData(ci_camera_t* camera, ci_frame_data_t* frameData);
+// Decodes the marker packet at buffer + offset into the context and the
+// frame data; false (values zeroed) when the pattern is not there.
+bool _USB_Bulk_EOFMarker(ci_camera_t* camera, const ci_u8* buffer, ci_u32 offset);
+// Clears the pattern and the byte count of the marker packet at `at`.
+void _USB_Bulk_ClearMarker(const USB_Bulk_Context* usb, ci_u8* at);
+// Expands 10- or 12-bit packed pixels in place to 16 bits.
+ci_error_code _USB_Bulk_UnpackData(ci_camera_t* camera, ci_u8* buffer);
+// Rebuilds the half-width rows an HDMI board sends into full rows.
+void _USB_Bulk_HdmiCrop(ci_camera_t* camera, ci_u8* buffer);
+// Marker layouts on the wire.
+constexpr ci_u32 kMarkerFrameCountAt = 14;
+constexpr ci_u32 kMarkerFrameTimeAt = 16;
+constexpr ci_u32 kMarkerFrameSizeAt = 20;
+constexpr ci_u32 kMarkerFrameLinesAt = 24;
+constexpr ci_u32 kMarkerLineSizeAt = 28;
+constexpr ci_u32 kMarkerGpioAt = 32;
+constexpr ci_u32 kMarkerFrameStatusAt = 48;
+constexpr ci_u32 kMarkerEolPadAt = 64;

@@ -30,7 +30,12 @@ const char* vendorSuffix(ci_u32 vendorID) {
 ci_error_code startTransport(ci_camera_t* camera) {
     USB_Bulk_Context* usb = _usb_context(camera);
     if (usb == nullptr) return CI_CAMERA_ERROR;
-    return _CILIBUSB_StartTransport(usb) == 0 ? CI_CAMERA_SUCCESS : CI_CAMERA_ERROR;
+    if (_CILIBUSB_StartTransport(usb) != 0) return CI_CAMERA_ERROR;
+    const ci_sensor_t* s = camera->sensor;
+    if (s == nullptr) return CI_CAMERA_SUCCESS;
+    const _common_context_t* ctx = _ctx(camera);
+    return USB_Bulk_UpdateFrameSize(camera, s->width, s->height, (ci_s32)ctx->bitsPerClock,
+                                    (ci_s32)ctx->clocksPerPixel);
 }
 
 ci_error_code stopTransport(ci_camera_t* camera) {
@@ -58,6 +63,13 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
             return _SetMode(camera, mode, value);
         case CI_SHIP_SPEED:
             return USB_Bulk_SetShipSpeed(camera, value);
+        case CI_GRABFRAME_TIMEOUT:
+            _usb_context(camera)->grabframeTimeout = value;
+            return CI_CAMERA_SUCCESS;
+        case CI_BITS_PER_CLOCK:
+            return USB_Bulk_UpdateFrameSize(camera, 0, 0, (ci_s32)value, 0);
+        case CI_CLOCKS_PER_PIXEL:
+            return USB_Bulk_UpdateFrameSize(camera, 0, 0, 0, (ci_s32)value);
         default:
             return _SetMode(camera, mode, value);
     }
@@ -65,6 +77,14 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
 
 ci_error_code getMode(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
     if (mode == CI_SHIP_SPEED) return USB_Bulk_GetShipSpeed(camera, value);
+    if (value != nullptr && mode == CI_HW_FRAME_COUNT_MASK) {
+        *value = 65535;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_GRABFRAME_TIMEOUT) {
+        *value = _usb_context(camera)->grabframeTimeout;
+        return CI_CAMERA_SUCCESS;
+    }
     return _GetMode(camera, mode, value);
 }
 
@@ -105,8 +125,11 @@ const _transport_ops_t kUsbOps = [] {
     ops.productName = "USB camera board";
     ops.startTransport = startTransport;
     ops.stopTransport = stopTransport;
-    ops.getFrameData = _transport_get_frame_data;
-    ops.updateFrameSize = _transport_update_frame_size;
+    ops.grabFrame = USB_Bulk_GrabFrame;
+    ops.getFrameData = USB_Bulk_GetFrameData;
+    ops.updateFrameSize = USB_Bulk_UpdateFrameSize;
+    ops.updateBufferSize = USB_Bulk_UpdateBufferSize;
+    ops.initTransport = USB_Bulk_InitTransport;
     ops.setMode = setMode;
     ops.getMode = getMode;
     ops.readSensorRegistersNolock = USB_Bulk_ReadSensorRegisters;
@@ -184,10 +207,13 @@ ci_error_code initCamera(ci_camera_t* camera, USB_Bulk_Context* usb, void* handl
                            __LINE__);
     }
     stampCamera(camera, usb);
+    usb->maxTransferSize = get_max_transfer_size(camera);
     if (!wantsSensor) return CI_CAMERA_SUCCESS;
     // Identification reads registers through the locking routines.
     osal_init_critical_section(&ctx->criticalSection, "");
-    return _getSensor(camera, sensorName);
+    const ci_error_code found = _getSensor(camera, sensorName);
+    usb->maxTransferSize = get_max_transfer_size(camera);
+    return found;
 }
 
 // Opens the board found at `index` as a camera; null when it fails.
