@@ -314,4 +314,21 @@ TEST_F(UsbGrab, HdmiCropPadsTheSideItIsAskedFor) {
     }
 }
 
+// Double-clocked 10-bit Bayer data needs the software unswizzle, which
+// every grab applies when it is on.
+TEST_F(UsbGrab, SoftwareUnswizzleRunsOnEveryFrame) {
+    ASSERT_NE(open(), nullptr);
+    ASSERT_EQ(ci_setMode(camera, CI_UNSWIZZLE_MODE, CI_SW_UNSWIZZLE), CI_CAMERA_SUCCESS);
+    ASSERT_NE(_ctx(camera)->do_sw_unswizzle, 0);
+    for (ci_u32 frame = 1; frame <= 2; frame++) {
+        ASSERT_EQ(grab(), CI_CAMERA_SUCCESS);
+        const std::vector<ci_u8> sent = board->frameBytes(frame);
+        std::vector<ci_u8> expected = sent;
+        expected.resize(buffer.size(), 0);
+        _unSwizzleBuffer(camera, expected.data());
+        ASSERT_FALSE(std::equal(sent.begin(), sent.end(), expected.begin())) << "the pattern is not swizzled";
+        EXPECT_TRUE(std::equal(expected.begin(), expected.begin() + raw(), buffer.begin())) << frame;
+    }
+}
+
 }  // namespace

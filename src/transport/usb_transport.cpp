@@ -213,6 +213,7 @@ ci_error_code initCamera(ci_camera_t* camera, USB_Bulk_Context* usb, void* handl
     osal_init_critical_section(&ctx->criticalSection, "");
     const ci_error_code found = _getSensor(camera, sensorName);
     usb->maxTransferSize = get_max_transfer_size(camera);
+    ctx->do_sw_unswizzle = (ci_s32)_swizzleDefault(camera);
     return found;
 }
 
