@@ -243,6 +243,45 @@ void _USB_Bulk_ClearMarker(const USB_Bulk_Context* usb, ci_u8* at);
 ci_error_code _USB_Bulk_UnpackData(ci_camera_t* camera, ci_u8* buffer);
 // Rebuilds the half-width rows an HDMI board sends into full rows.
 void _USB_Bulk_HdmiCrop(ci_camera_t* camera, ci_u8* buffer);
+// ------------------------------------------------------------ board chips
+// Named registers of the camera's chip `chip` (an index into camera->chip).
+ci_u32 _merge(ci_u32 value, ci_u32 mask, ci_u32 field);
+ci_reg_data_t* _someRegister(ci_camera_t* camera, ci_u32 chip, const char* name);
+ci_u32 _someBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield);
+ci_error_code _readSomeRegister(ci_camera_t* camera, ci_u32 chip, const char* name, ci_u32* value);
+ci_error_code _writeSomeRegister(ci_camera_t* camera, ci_u32 chip, const char* name, ci_u32 value);
+ci_error_code _readSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield,
+                                ci_u32* value);
+ci_error_code _writeSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield,
+                                 ci_u32 value);
+ci_reg_data_t* _kiteRegister(ci_camera_t* camera, const char* name);
+ci_u32 _kiteBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
+ci_error_code _readKiteRegister(ci_camera_t* camera, const char* name, ci_u32* value);
+ci_error_code _readKiteBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeKiteRegister(ci_camera_t* camera, const char* name, ci_u32 value);
+ci_error_code _writeKiteBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32 value);
+ci_reg_data_t* _rxRegister(ci_camera_t* camera, const char* name);
+ci_u32 _rxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
+ci_error_code _readRxRegister(ci_camera_t* camera, const char* name, ci_u32* value);
+ci_error_code _readRxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeRxRegister(ci_camera_t* camera, const char* name, ci_u32 value);
+ci_error_code _writeRxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32 value);
+
+// ------------------------------------------------------------ board control
+// Board memory and the frames the board keeps in it.
+void _initBoardPreSensInit(ci_camera_t* camera);
+ci_error_code USB_Bulk_SetHardwareBuffering(ci_camera_t* camera, ci_u32 requested);
+// Frame bytes as the board stores them, and the frames that fit.
+ci_u32 _usb_board_frame_bytes(ci_camera_t* camera);
+ci_u32 _usb_buffer_count(ci_u32 frameBytes, ci_u32 memoryMB, ci_u32 requested);
+// Sensor pins (0xFFFFFFFF releases a pin), power and reset.
+ci_error_code _setSensorPin(ci_camera_t* camera, ci_u32 pin, ci_u32 value);
+ci_error_code _getSensorPin(ci_camera_t* camera, ci_u32 pin, ci_u32* value);
+ci_error_code _setSensorPower(ci_camera_t* camera, ci_u32 on);
+ci_error_code _getSensorPower(ci_camera_t* camera, ci_u32* on);
+ci_error_code _setSensorReset(ci_camera_t* camera, ci_u32 value);
+ci_error_code _getSensorReset(ci_camera_t* camera, ci_u32* value);
+
 // Marker layouts on the wire.
 constexpr ci_u32 kMarkerFrameCountAt = 14;
 constexpr ci_u32 kMarkerFrameTimeAt = 16;

@@ -63,6 +63,10 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
             return _SetMode(camera, mode, value);
         case CI_SHIP_SPEED:
             return USB_Bulk_SetShipSpeed(camera, value);
+        case CI_SENSOR_POWER:
+            return _setSensorPower(camera, value);
+        case CI_SENSOR_RESET:
+            return _setSensorReset(camera, value);
         case CI_GRABFRAME_TIMEOUT:
             _usb_context(camera)->grabframeTimeout = value;
             return CI_CAMERA_SUCCESS;
@@ -77,6 +81,8 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
 
 ci_error_code getMode(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
     if (mode == CI_SHIP_SPEED) return USB_Bulk_GetShipSpeed(camera, value);
+    if (value != nullptr && mode == CI_SENSOR_POWER) return _getSensorPower(camera, value);
+    if (value != nullptr && mode == CI_SENSOR_RESET) return _getSensorReset(camera, value);
     if (value != nullptr && mode == CI_HW_FRAME_COUNT_MASK) {
         *value = 65535;
         return CI_CAMERA_SUCCESS;
@@ -130,6 +136,7 @@ const _transport_ops_t kUsbOps = [] {
     ops.updateFrameSize = USB_Bulk_UpdateFrameSize;
     ops.updateBufferSize = USB_Bulk_UpdateBufferSize;
     ops.initTransport = USB_Bulk_InitTransport;
+    ops.setHardwareBuffering = USB_Bulk_SetHardwareBuffering;
     ops.setMode = setMode;
     ops.getMode = getMode;
     ops.readSensorRegistersNolock = USB_Bulk_ReadSensorRegisters;
@@ -208,9 +215,13 @@ ci_error_code initCamera(ci_camera_t* camera, USB_Bulk_Context* usb, void* handl
     }
     stampCamera(camera, usb);
     usb->maxTransferSize = get_max_transfer_size(camera);
-    if (!wantsSensor) return CI_CAMERA_SUCCESS;
-    // Identification reads registers through the locking routines.
+    // Identification and the board's chips are reached through the locking routines.
     osal_init_critical_section(&ctx->criticalSection, "");
+    // The board's own chips; the first one of its board file is the main FPGA.
+    _parseBoardConfigFile(camera, sensorName != nullptr ? sensorName : "");
+    usb->kiteChip = 0;
+    if (!wantsSensor) return CI_CAMERA_SUCCESS;
+    _initBoardPreSensInit(camera);
     const ci_error_code found = _getSensor(camera, sensorName);
     usb->maxTransferSize = get_max_transfer_size(camera);
     ctx->do_sw_unswizzle = (ci_s32)_swizzleDefault(camera);

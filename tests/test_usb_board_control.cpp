@@ -1,0 +1,180 @@
+// The board's own chips behind the two-wire bus of a simulated board, as
+// described by the sample board and chip files: named register access at
+// the chip's sizes, frame buffering in the board's memory, and the sensor's
+// power, reset and pins.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "test_paths.h"
+#include "usb_camera.h"
+
+namespace {
+
+constexpr ci_u32 kSensorBase = 0xBA;
+constexpr ci_u32 kFpga = 0x64;   // main FPGA of 0x100D: 16-bit addresses, 16-bit data
+constexpr ci_u32 kFpga3 = 0x66;  // main FPGA of 0x100E: 16-bit addresses, 32-bit data
+
+std::string page8() { return std::string(ck_test_data_dir()) + "/sensor_data/ck_page8.sdat"; }
+
+class UsbBoardControl : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!UsbTestbed::available()) GTEST_SKIP() << "not running under umockdev-wrapper";
+    }
+    void TearDown() override {
+        if (n > 0) ci_CloseCameras2(cameras, n);
+    }
+    ci_camera_t* open(ci_u16 product) {
+        UsbBoardConfig config;
+        config.productId = product;
+        board = &bed.addBoard(config);
+        board->addSensor(page8(), kSensorBase, 8, 16);
+        fpga = product == 0x100E ? &board->addDevice(kFpga3, 16, 32) : &board->addDevice(kFpga, 16, 16);
+        if (ci_OpenCameras2(cameras, &n, page8().c_str(), CI_TRANSPORT_USB, "") != CI_CAMERA_SUCCESS || n != 1) {
+            ADD_FAILURE() << "the board does not open";
+            return nullptr;
+        }
+        camera = cameras[0];
+        EXPECT_EQ(camera->startTransport(camera), CI_CAMERA_SUCCESS);
+        board->clearRequests();
+        return camera;
+    }
+
+    ScopedVendorIds ids{"0xC0DE"};
+    UsbTestbed bed;
+    UsbBoard* board = nullptr;
+    BusDevice* fpga = nullptr;
+    ci_camera_t* cameras[4] = {};
+    ci_s32 n = 0;
+    ci_camera_t* camera = nullptr;
+};
+
+TEST_F(UsbBoardControl, ChipRegistersTravelAtTheChipsSizes) {
+    ASSERT_NE(open(0x100E), nullptr);
+    ASSERT_EQ(camera->num_chips, 1);
+    EXPECT_STREQ(camera->chip[0].chipName, "CK_MAIN_FPGA3");
+    EXPECT_EQ(_writeKiteRegister(camera, "SWLineLength", 0x12345678), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x40), 0x12345678u);
+    // The calling thread keeps the chip's sizes.
+    EXPECT_EQ(_thread_local_context(camera)->reg_addr_size, 16);
+    EXPECT_EQ(_thread_local_context(camera)->reg_data_size, 32);
+    fpga->seed(0x18, 0xFFFF0001);
+    EXPECT_EQ(_writeKiteBitfield(camera, "ControlReg3", "sdrammode", 8), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x18), 0xFFFF0081u);
+    ci_u32 v = 0;
+    EXPECT_EQ(_readKiteBitfield(camera, "ControlReg3", "SDRAMMode", &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, 8u);
+    // A register or bitfield the chip lacks reads as 0 and sends nothing.
+    board->clearRequests();
+    v = 7;
+    EXPECT_EQ(_readKiteRegister(camera, "NO_SUCH_REG", &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, 0u);
+    EXPECT_EQ(_writeKiteRegister(camera, "NO_SUCH_REG", 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(_writeKiteBitfield(camera, "ControlReg3", "NoSuchField", 1), CI_CAMERA_SUCCESS);
+    EXPECT_TRUE(board->requests().empty());
+    EXPECT_EQ(_merge(0xF0F0, 0, 5), 0xF0F0u);
+    EXPECT_EQ(_merge(0xF0F0, 0x0F00, 0xA), 0xFAF0u);
+}
+
+TEST_F(UsbBoardControl, SixteenBitChipsTakeSixteenBitData) {
+    ASSERT_NE(open(0x100D), nullptr);
+    EXPECT_EQ(_writeKiteRegister(camera, "CLOCK_CONTROL", 0xABCD), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x0C), 0xABCDu);
+    EXPECT_EQ(_thread_local_context(camera)->reg_data_size, 16);
+}
+
+// 64 MiB of board memory: three frames up to a third of it, two up to a
+// half, one above; a requested count caps it.
+TEST_F(UsbBoardControl, HardwareBufferCountsFollowTheMemoryBoundaries) {
+    ASSERT_NE(open(0x100D), nullptr);
+    ASSERT_EQ(_usb_context(camera)->kiteMB, 64u);
+    const ci_u32 third = (64u << 20) / 3, half = 32u << 20;
+    struct Row {
+        const char* what;
+        ci_u32 frameBytes;
+        ci_u32 requested;
+        ci_u32 count;
+    };
+    const Row rows[] = {
+        {"a third", third - third % 2, 0, 3},
+        {"just over a third", third + 2 - third % 2, 0, 2},
+        {"a half", half, 0, 2},
+        {"just over a half", half + 2, 0, 1},
+        {"small, two requested", 4096, 2, 2},
+        {"small, one requested", 4096, 1, 1},
+    };
+    int resets = board->fifoResets();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        // Two bytes a pixel: 8 bits a clock, two clocks.
+        ASSERT_EQ(ci_updateFrameSize(camera, 1, row.frameBytes / 2, 8, 2), CI_CAMERA_SUCCESS);
+        ASSERT_EQ(_usb_board_frame_bytes(camera), row.frameBytes);
+        fpga->write(0x04, 0x0003);
+        ASSERT_EQ(ci_setMode(camera, CI_HW_BUFFERING, row.requested), CI_CAMERA_SUCCESS);
+        EXPECT_EQ(fpga->read(0x04), 0x0003u | row.count << 2);
+        EXPECT_EQ(fpga->read(0x06) & 1, 0u) << "the FPGA is left running";
+        EXPECT_EQ(board->fifoResets(), ++resets);
+    }
+    // Ten-bit pixels count four thirds of a byte on these boards.
+    ASSERT_EQ(ci_updateFrameSize(camera, 1200, 1000, 10, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(_usb_board_frame_bytes(camera), 1600000u);
+    EXPECT_EQ(_usb_buffer_count(third + 1, 64, 0), 2u);
+    EXPECT_EQ(_usb_buffer_count(half + 1, 64, 0), 1u);
+}
+
+TEST_F(UsbBoardControl, SensorPowerResetAndPinsOfTheMidRangeBoard) {
+    ASSERT_NE(open(0x100D), nullptr);
+    ci_u32 v = 0;
+    // Power is active low in bit 0 of SENSOR_POWER.
+    EXPECT_EQ(ci_setMode(camera, CI_SENSOR_POWER, 0), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x08) & 1, 1u);
+    EXPECT_EQ(ci_getMode(camera, CI_SENSOR_POWER, &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, 0u);
+    EXPECT_EQ(ci_setMode(camera, CI_SENSOR_POWER, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x08) & 1, 0u);
+    // Reset is set in RESET_REG but read back from SENSOR_POWER.
+    EXPECT_EQ(ci_setMode(camera, CI_SENSOR_RESET, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x06), 2u);
+    fpga->write(0x08, 0);
+    EXPECT_EQ(ci_getMode(camera, CI_SENSOR_RESET, &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, 0u);
+    fpga->write(0x08, 2);
+    EXPECT_EQ(ci_getMode(camera, CI_SENSOR_RESET, &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, 1u);
+    // Pins: enables in bits 0-7, levels in bits 8-15.
+    EXPECT_EQ(_setSensorPin(camera, 3, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x0A), 0x0808u);
+    EXPECT_EQ(_setSensorPin(camera, 7, 0), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x0A), 0x0888u);
+    board->clearRequests();
+    EXPECT_EQ(_setSensorPin(camera, 7, 0), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(board->requestsOf(VR_REG_WRITE_X).size() + board->requestsOf(VR_I2C_WRITE_16).size(), 0u)
+        << "an unchanged pin is not written";
+    EXPECT_EQ(_setSensorPin(camera, 3, 0xFFFFFFFF), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x0A), 0x0880u);
+    EXPECT_EQ(_getSensorPin(camera, 3, &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, 0xFFFFFFFFu);
+    EXPECT_EQ(_setSensorPin(camera, 8, 1), CI_CAMERA_ERROR);
+    EXPECT_EQ(_getSensorPin(camera, 8, &v), CI_CAMERA_NOT_SUPPORTED);
+}
+
+TEST_F(UsbBoardControl, TheNewestBoardsPinsAndPowerSitInItsControlRegisters) {
+    ASSERT_NE(open(0x100E), nullptr);
+    // Pins: levels in bits 0-5, enables in bits 8-13.
+    EXPECT_EQ(_setSensorPin(camera, 5, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x34), 0x2020u);
+    EXPECT_EQ(_setSensorPin(camera, 6, 1), CI_CAMERA_ERROR);
+    EXPECT_EQ(ci_setMode(camera, CI_SENSOR_POWER, 0), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x24), 2u);
+    EXPECT_EQ(ci_setMode(camera, CI_SENSOR_RESET, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x24), 6u);
+    // Frame buffering keeps at least two frames and sizes the memory lines.
+    ASSERT_EQ(ci_updateFrameSize(camera, 1024, 512, 8, 2), CI_CAMERA_SUCCESS);
+    ASSERT_EQ(ci_setMode(camera, CI_HW_BUFFERING, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x18) & 0x101, 0x100u);
+    EXPECT_EQ(fpga->read(0x40), 1048576u / 32768u);
+    EXPECT_EQ(fpga->read(0x44), 1048576u / 32u);
+}
+
+}  // namespace
