@@ -104,17 +104,17 @@ TEST_F(UsbBoardControl, HardwareBufferCountsFollowTheMemoryBoundaries) {
         {"small, two requested", 4096, 2, 2},
         {"small, one requested", 4096, 1, 1},
     };
-    int resets = board->fifoResets();
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
         // Two bytes a pixel: 8 bits a clock, two clocks.
         ASSERT_EQ(ci_updateFrameSize(camera, 1, row.frameBytes / 2, 8, 2), CI_CAMERA_SUCCESS);
         ASSERT_EQ(_usb_board_frame_bytes(camera), row.frameBytes);
         fpga->write(0x04, 0x0003);
+        const int resets = board->fifoResets();
         ASSERT_EQ(ci_setMode(camera, CI_HW_BUFFERING, row.requested), CI_CAMERA_SUCCESS);
         EXPECT_EQ(fpga->read(0x04), 0x0003u | row.count << 2);
         EXPECT_EQ(fpga->read(0x06) & 1, 0u) << "the FPGA is left running";
-        EXPECT_EQ(board->fifoResets(), ++resets);
+        EXPECT_EQ(board->fifoResets(), resets + 1);
     }
     // Ten-bit pixels count four thirds of a byte on these boards.
     ASSERT_EQ(ci_updateFrameSize(camera, 1200, 1000, 10, 1), CI_CAMERA_SUCCESS);
@@ -175,6 +175,44 @@ TEST_F(UsbBoardControl, TheNewestBoardsPinsAndPowerSitInItsControlRegisters) {
     EXPECT_EQ(fpga->read(0x18) & 0x101, 0x100u);
     EXPECT_EQ(fpga->read(0x40), 1048576u / 32768u);
     EXPECT_EQ(fpga->read(0x44), 1048576u / 32u);
+}
+
+// The pixel width the FPGA captures follows the bits per clock, written
+// under FPGA reset; the board unswizzles unless only software can.
+TEST_F(UsbBoardControl, PixelWidthAndUnswizzleAreProgrammedOnTheFormatRegister) {
+    ASSERT_NE(open(0x100D), nullptr);
+    struct Row {
+        ci_s32 bits, clocks;
+        ci_u32 code;
+        bool boardUnswizzles;
+    };
+    for (Row row : {Row{8, 2, 0x30, false}, Row{10, 1, 0x120, true}, Row{12, 1, 0x10, true}, Row{14, 1, 0x50, true},
+                    Row{16, 1, 0x90, true}, Row{8, 1, 0x30, true}}) {
+        SCOPED_TRACE(row.bits);
+        const int resets = board->fifoResets();
+        ASSERT_EQ(ci_updateFrameSize(camera, 64, 32, row.bits, row.clocks), CI_CAMERA_SUCCESS);
+        EXPECT_EQ(fpga->read(0x04) & 0x1F0, row.code);
+        EXPECT_EQ((fpga->read(0x04) & 0x800) == 0, row.boardUnswizzles);
+        EXPECT_EQ(fpga->read(0x06) & 1, 0u);
+        EXPECT_GT(board->fifoResets(), resets);
+    }
+    EXPECT_EQ(ci_updateFrameSize(camera, 0, 0, 7, 0), CI_CAMERA_ERROR);
+    EXPECT_EQ(ci_setMode(camera, CI_PIXEL_PACK, 1), CI_CAMERA_NOT_SUPPORTED);
+}
+
+TEST_F(UsbBoardControl, TheNewestBoardTakesItsParallelDepthAndAlignment) {
+    ASSERT_NE(open(0x100E), nullptr);
+    ASSERT_EQ(ci_updateFrameSize(camera, 64, 32, 12, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x30) & 0xF, 2u);
+    ASSERT_EQ(ci_setMode(camera, CI_LSB_ALIGNED, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x30) & 0xF, 0xAu);
+    // 8-bit data widened to 16 bits by the board.
+    _usb_context(camera)->convert_8_to_16 = 1;
+    ASSERT_EQ(ci_updateFrameSize(camera, 0, 0, 8, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x30) & 0x7, 4u);
+    // Packing is asked for, but this FPGA has no packing field.
+    EXPECT_EQ(ci_setMode(camera, CI_PIXEL_PACK, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(_usb_context(camera)->pixelPack, 0u);
 }
 
 }  // namespace

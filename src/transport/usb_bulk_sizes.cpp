@@ -102,6 +102,8 @@ ci_error_code USB_Bulk_UpdateFrameSize(ci_camera_t* camera, ci_u32 nWidth, ci_u3
     if (s == nullptr) return CK_ERR(CI_CAMERA_ERROR, "cannot allocate a sensor description");
     _common_context_t* ctx = _ctx(camera);
     const bool bitsChanged = nBitsPerClock != 0 && (ci_u32)nBitsPerClock != ctx->bitsPerClock;
+    const bool clockingChanged = bitsChanged || (nClocksPerPixel != 0 && (ci_u32)nClocksPerPixel != ctx->clocksPerPixel);
+    const bool changed = clockingChanged || (nWidth != 0 && nWidth != s->width) || (nHeight != 0 && nHeight != s->height);
     if (nWidth != 0) s->width = nWidth;
     if (nHeight != 0) s->height = nHeight;
     if (nBitsPerClock != 0) ctx->bitsPerClock = (ci_u32)nBitsPerClock;
@@ -114,6 +116,11 @@ ci_error_code USB_Bulk_UpdateFrameSize(ci_camera_t* camera, ci_u32 nWidth, ci_u3
         const ci_error_code sent = sendBytesPerClock(camera, usb);
         if (sent != CI_CAMERA_SUCCESS) return sent;
     }
+    if (changed) {
+        const ci_error_code pixel = _updatePixel(camera);
+        if (pixel != CI_CAMERA_SUCCESS) return pixel;
+        if (usb->kiteMB != 0) USB_Bulk_SetHardwareBuffering(camera, ctx->hw_buffering);
+    }
     _updateImageType(camera);
-    return CI_CAMERA_SUCCESS;
+    return clockingChanged ? USB_Bulk_SetHardwareUnswizzle(camera) : CI_CAMERA_SUCCESS;
 }

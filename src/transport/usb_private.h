@@ -282,6 +282,11 @@ ci_error_code _getSensorPower(ci_camera_t* camera, ci_u32* on);
 ci_error_code _setSensorReset(ci_camera_t* camera, ci_u32 value);
 ci_error_code _getSensorReset(ci_camera_t* camera, ci_u32* value);
 
+// Pixel width, depth and packing on the board; who unswizzles.
+ci_error_code _updatePixel(ci_camera_t* camera);
+ci_error_code _SetPixelPack(ci_camera_t* camera, ci_u32 value);
+ci_error_code USB_Bulk_SetHardwareUnswizzle(ci_camera_t* camera);
+
 // Marker layouts on the wire.
 constexpr ci_u32 kMarkerFrameCountAt = 14;
 constexpr ci_u32 kMarkerFrameTimeAt = 16;

@@ -63,6 +63,12 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
             return _SetMode(camera, mode, value);
         case CI_SHIP_SPEED:
             return USB_Bulk_SetShipSpeed(camera, value);
+        case CI_PIXEL_PACK:
+            return _SetPixelPack(camera, value);
+        case CI_LSB_ALIGNED:
+            _ctx(camera)->lsbAligned = value;
+            return USB_Bulk_UpdateFrameSize(camera, 0, 0, 0, 0) == CI_CAMERA_SUCCESS ? _updatePixel(camera)
+                                                                                  : CI_CAMERA_ERROR;
         case CI_SENSOR_POWER:
             return _setSensorPower(camera, value);
         case CI_SENSOR_RESET:
@@ -137,6 +143,7 @@ const _transport_ops_t kUsbOps = [] {
     ops.updateBufferSize = USB_Bulk_UpdateBufferSize;
     ops.initTransport = USB_Bulk_InitTransport;
     ops.setHardwareBuffering = USB_Bulk_SetHardwareBuffering;
+    ops.setHardwareUnswizzle = USB_Bulk_SetHardwareUnswizzle;
     ops.setMode = setMode;
     ops.getMode = getMode;
     ops.readSensorRegistersNolock = USB_Bulk_ReadSensorRegisters;
