@@ -142,17 +142,19 @@ TEST_F(UsbBoardControl, SensorPowerResetAndPinsOfTheMidRangeBoard) {
     fpga->write(0x08, 2);
     EXPECT_EQ(ci_getMode(camera, CI_SENSOR_RESET, &v), CI_CAMERA_SUCCESS);
     EXPECT_EQ(v, 1u);
-    // Pins: enables in bits 0-7, levels in bits 8-15.
+    // Pins: enables in bits 0-7, levels in bits 8-15; the start drove pins
+    // 3 and 4 low.
+    EXPECT_EQ(fpga->read(0x0A), 0x0018u);
     EXPECT_EQ(_setSensorPin(camera, 3, 1), CI_CAMERA_SUCCESS);
-    EXPECT_EQ(fpga->read(0x0A), 0x0808u);
+    EXPECT_EQ(fpga->read(0x0A), 0x0818u);
     EXPECT_EQ(_setSensorPin(camera, 7, 0), CI_CAMERA_SUCCESS);
-    EXPECT_EQ(fpga->read(0x0A), 0x0888u);
+    EXPECT_EQ(fpga->read(0x0A), 0x0898u);
     board->clearRequests();
     EXPECT_EQ(_setSensorPin(camera, 7, 0), CI_CAMERA_SUCCESS);
     EXPECT_EQ(board->requestsOf(VR_REG_WRITE_X).size() + board->requestsOf(VR_I2C_WRITE_16).size(), 0u)
         << "an unchanged pin is not written";
     EXPECT_EQ(_setSensorPin(camera, 3, 0xFFFFFFFF), CI_CAMERA_SUCCESS);
-    EXPECT_EQ(fpga->read(0x0A), 0x0880u);
+    EXPECT_EQ(fpga->read(0x0A), 0x0890u);
     EXPECT_EQ(_getSensorPin(camera, 3, &v), CI_CAMERA_SUCCESS);
     EXPECT_EQ(v, 0xFFFFFFFFu);
     EXPECT_EQ(_setSensorPin(camera, 8, 1), CI_CAMERA_ERROR);
@@ -161,9 +163,11 @@ TEST_F(UsbBoardControl, SensorPowerResetAndPinsOfTheMidRangeBoard) {
 
 TEST_F(UsbBoardControl, TheNewestBoardsPinsAndPowerSitInItsControlRegisters) {
     ASSERT_NE(open(0x100E), nullptr);
-    // Pins: levels in bits 0-5, enables in bits 8-13.
+    // Pins: levels in bits 0-5, enables in bits 8-13; the start drove pins
+    // 3 and 4 low and released pin 5.
+    EXPECT_EQ(fpga->read(0x34), 0x1800u);
     EXPECT_EQ(_setSensorPin(camera, 5, 1), CI_CAMERA_SUCCESS);
-    EXPECT_EQ(fpga->read(0x34), 0x2020u);
+    EXPECT_EQ(fpga->read(0x34), 0x3820u);
     EXPECT_EQ(_setSensorPin(camera, 6, 1), CI_CAMERA_ERROR);
     EXPECT_EQ(ci_setMode(camera, CI_SENSOR_POWER, 0), CI_CAMERA_SUCCESS);
     EXPECT_EQ(fpga->read(0x24), 2u);
@@ -213,6 +217,43 @@ TEST_F(UsbBoardControl, TheNewestBoardTakesItsParallelDepthAndAlignment) {
     // Packing is asked for, but this FPGA has no packing field.
     EXPECT_EQ(ci_setMode(camera, CI_PIXEL_PACK, 1), CI_CAMERA_SUCCESS);
     EXPECT_EQ(_usb_context(camera)->pixelPack, 0u);
+}
+
+// The board data names the receiver or base board; its version can
+// promote the type, and the type sets the frame memory and HDMI state.
+TEST_F(UsbBoardControl, AnHdmiReceiverOfVersion206IsPromoted) {
+    {
+        UsbBoardConfig config;
+        config.productId = 0x100D;
+        board = &bed.addBoard(config);
+        board->addSensor(page8(), kSensorBase, 8, 16);
+        board->addDevice(kFpga, 16, 16);
+        BusDevice& rx = board->addDevice(0x68, 8, 16);
+        rx.seed(0x00, 206).seed(0x02, 0x0004).seed(0x05, 0x8000).seed(0x08, 720);
+        ASSERT_EQ(ci_OpenCameras2(cameras, &n, page8().c_str(), CI_TRANSPORT_USB, ""), CI_CAMERA_SUCCESS);
+        const USB_Bulk_Context* usb = _usb_context(cameras[0]);
+        EXPECT_EQ(usb->rxBoard, 8u);
+        EXPECT_EQ(usb->rxChip, 1u);
+        EXPECT_EQ(usb->hdmiChip, 1u);
+        EXPECT_EQ(usb->rxVersion, 206u);
+        EXPECT_EQ(usb->pixelPack, 1u);
+        EXPECT_EQ(usb->hdmiTxMode, 2u);
+        ci_u32 v = 0;
+        EXPECT_EQ(ci_getMode(cameras[0], CI_MEM_CAPTURE_MB, &v), CI_CAMERA_SUCCESS);
+        EXPECT_EQ(v, 1024u);
+        EXPECT_EQ(ci_getMode(cameras[0], CI_HDMI_MODE, &v), CI_CAMERA_SUCCESS);
+        EXPECT_EQ(v, 2u) << "720 active lines";
+        EXPECT_EQ(rx.read(0x03) & 1, 1u) << "triple buffering switched on";
+    }
+}
+
+TEST_F(UsbBoardControl, TheNewestBoardsMainFpgaIsItsBaseBoard) {
+    ASSERT_NE(open(0x100E), nullptr);
+    EXPECT_EQ(_usb_context(camera)->rxBoard, 9u);
+    EXPECT_EQ(_usb_context(camera)->kiteMB, 128u);
+    ci_u32 v = 0;
+    EXPECT_EQ(ci_getMode(camera, CI_MEM_CAPTURE_MB, &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, 128u);
 }
 
 }  // namespace

@@ -38,6 +38,13 @@ protected:
         config.markerPacketSize = markerPacket;
         board = &bed->addBoard(config);
         board->addSensor(page8(), kSensorBase, 8, 16);
+        // The board chips its board file names.
+        if (product == 0x100E) {
+            board->addDevice(0x66, 16, 32);
+        } else {
+            board->addDevice(0x64, 16, 16);
+            board->addDevice(0x68, 8, 16);
+        }
         if (ci_OpenCameras2(cameras, &n, page8().c_str(), CI_TRANSPORT_USB, "") != CI_CAMERA_SUCCESS || n != 1) {
             ADD_FAILURE() << "the board does not open";
             return nullptr;

@@ -71,6 +71,9 @@ void _initBoardPreSensInit(ci_camera_t* camera) {
     if (usb->productID == CI_KITE_2 || usb->productID == CI_KITE_2X || usb->productID == CI_KITE_3) {
         _SetMode(camera, CI_REG_ADDR_SIZE, 8);
         _SetMode(camera, CI_REG_DATA_SIZE, 16);
+        _USB_Bulk_GetRxBoardType(camera);
+        _SetMode(camera, CI_REG_ADDR_SIZE, 8);
+        _SetMode(camera, CI_REG_DATA_SIZE, 16);
     }
 }
 

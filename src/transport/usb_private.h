@@ -282,6 +282,12 @@ ci_error_code _getSensorPower(ci_camera_t* camera, ci_u32* on);
 ci_error_code _setSensorReset(ci_camera_t* camera, ci_u32 value);
 ci_error_code _getSensorReset(ci_camera_t* camera, ci_u32* value);
 
+// Receiver and base boards: found once by chip name in the board data.
+void _USB_Bulk_GetRxBoardType(ci_camera_t* camera);
+bool _usb_frame_buffer_board(ci_u32 rxBoard);
+// The per-product set-up at each start with a sensor.
+void _initBoardPostSensInit(ci_camera_t* camera);
+
 // Pixel width, depth and packing on the board; who unswizzles.
 ci_error_code _updatePixel(ci_camera_t* camera);
 ci_error_code _SetPixelPack(ci_camera_t* camera, ci_u32 value);

@@ -33,6 +33,7 @@ ci_error_code startTransport(ci_camera_t* camera) {
     if (_CILIBUSB_StartTransport(usb) != 0) return CI_CAMERA_ERROR;
     const ci_sensor_t* s = camera->sensor;
     if (s == nullptr) return CI_CAMERA_SUCCESS;
+    _initBoardPostSensInit(camera);
     const _common_context_t* ctx = _ctx(camera);
     return USB_Bulk_UpdateFrameSize(camera, s->width, s->height, (ci_s32)ctx->bitsPerClock,
                                     (ci_s32)ctx->clocksPerPixel);
@@ -89,6 +90,14 @@ ci_error_code getMode(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
     if (mode == CI_SHIP_SPEED) return USB_Bulk_GetShipSpeed(camera, value);
     if (value != nullptr && mode == CI_SENSOR_POWER) return _getSensorPower(camera, value);
     if (value != nullptr && mode == CI_SENSOR_RESET) return _getSensorReset(camera, value);
+    if (value != nullptr && mode == CI_HDMI_MODE) {
+        *value = _usb_context(camera)->hdmiMode;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_MEM_CAPTURE_MB && _usb_frame_buffer_board(_usb_context(camera)->rxBoard)) {
+        *value = _usb_context(camera)->memCaptureMB;
+        return CI_CAMERA_SUCCESS;
+    }
     if (value != nullptr && mode == CI_HW_FRAME_COUNT_MASK) {
         *value = 65535;
         return CI_CAMERA_SUCCESS;
