@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "test_paths.h"
 #include "usb_camera.h"
@@ -254,6 +255,67 @@ TEST_F(UsbBoardControl, TheNewestBoardsMainFpgaIsItsBaseBoard) {
     ci_u32 v = 0;
     EXPECT_EQ(ci_getMode(camera, CI_MEM_CAPTURE_MB, &v), CI_CAMERA_SUCCESS);
     EXPECT_EQ(v, 128u);
+}
+
+// Memory capture on a receiver with frame memory: how many frames fit,
+// the cycle setting, and the wait before each frame read.
+TEST_F(UsbBoardControl, MemoryCaptureWaitsForTheCapturedFrames) {
+    UsbBoardConfig config;
+    config.productId = 0x100D;
+    board = &bed.addBoard(config);
+    board->addSensor(page8(), kSensorBase, 8, 16);
+    board->addDevice(kFpga, 16, 16);
+    BusDevice& rx = board->addDevice(0x68, 8, 16);
+    rx.seed(0x00, 206);
+    ASSERT_EQ(ci_OpenCameras2(cameras, &n, page8().c_str(), CI_TRANSPORT_USB, ""), CI_CAMERA_SUCCESS);
+    camera = cameras[0];
+    ASSERT_EQ(camera->startTransport(camera), CI_CAMERA_SUCCESS);
+    USB_Bulk_Context* usb = _usb_context(camera);
+    ASSERT_EQ(usb->memCaptureMB, 1024u);
+    ASSERT_EQ(ci_updateFrameSize(camera, 4096, 4096, 8, 2), CI_CAMERA_SUCCESS);
+    const ci_u32 fits = (ci_u32)((1024ull << 20) / camera->sensor->bufferSize);
+    ASSERT_EQ(ci_setMode(camera, CI_MEM_CAPTURE, 100), CI_CAMERA_SUCCESS);
+    ci_u32 v = 0;
+    EXPECT_EQ(ci_getMode(camera, CI_MEM_CAPTURE, &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, fits - 1);
+    EXPECT_EQ(ci_setMode(camera, CI_MEM_CAPTURE_CYCLE, 1), CI_CAMERA_ERROR) << "no capture mode yet";
+    ASSERT_EQ(ci_updateFrameSize(camera, 64, 32, 0, 0), CI_CAMERA_SUCCESS);
+    board->setFrameSize(_ctx(camera)->raw_buf_size);
+    std::vector<ci_u8> buffer(camera->sensor->bufferSize);
+    usb->memCaptureMode = 4;
+    EXPECT_EQ(ci_setMode(camera, CI_MEM_CAPTURE_CYCLE, 1), CI_CAMERA_SUCCESS);
+    ASSERT_EQ(ci_setMode(camera, CI_MEM_CAPTURE, 2), CI_CAMERA_SUCCESS);
+    // Three frames read out of the memory: the frame is read.
+    rx.seed(0x0A, 3);
+    EXPECT_EQ(ci_grabFrame(camera, buffer.data(), (ci_u32)buffer.size()), CI_CAMERA_SUCCESS);
+    // A capture that stalls gives up, switches capture off and reads nothing.
+    rx.seed(0x0A, 1);
+    const size_t reads = board->bulkRequests().size();
+    EXPECT_EQ(ci_grabFrame(camera, buffer.data(), (ci_u32)buffer.size()), CI_CAMERA_ERROR);
+    EXPECT_EQ(usb->memCaptureMode, 0u);
+    EXPECT_EQ(board->bulkRequests().size(), reads);
+}
+
+// The trigger generator and output port exist on the camera-link board only.
+TEST_F(UsbBoardControl, TriggerWidthsAndBurstsOnTheCameraLinkBoard) {
+    ASSERT_NE(open(0x100E), nullptr);
+    EXPECT_EQ(ci_setMode(camera, CI_TRIGGER, 1), CI_CAMERA_NOT_SUPPORTED);
+    _usb_context(camera)->rxBoard = 10;
+    EXPECT_EQ(ci_setMode(camera, CI_TRIGGER_HIGH_WIDTH, 0x00051234), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x54), 0x1234u);
+    EXPECT_EQ(fpga->read(0x58), 0x5u);
+    EXPECT_EQ(ci_setMode(camera, CI_TRIGGER_LOW_WIDTH, 0x00070042), CI_CAMERA_SUCCESS);
+    ci_u32 v = 0;
+    EXPECT_EQ(ci_getMode(camera, CI_TRIGGER_LOW_WIDTH, &v), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(v, 0x00070042u);
+    EXPECT_EQ(ci_setMode(camera, CI_TRIGGER, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x50), 0x301u) << "burst of one, controls on, burst running";
+    EXPECT_EQ(ci_setMode(camera, CI_TRIGGER, 2), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x50), 0x501u);
+    EXPECT_EQ(ci_setMode(camera, CI_TRIGGER, 3), CI_CAMERA_NOT_SUPPORTED);
+    EXPECT_EQ(ci_setMode(camera, CI_OUTPUT_PORT, 1), CI_CAMERA_SUCCESS);
+    EXPECT_EQ(fpga->read(0x10) & 0x1000, 0x1000u);
+    EXPECT_EQ(ci_setMode(camera, CI_OUTPUT_PORT, 2), CI_CAMERA_NOT_SUPPORTED);
 }
 
 }  // namespace

@@ -184,6 +184,13 @@ ci_error_code grab(ci_camera_t* camera, USB_Bulk_Context* usb, ci_u8* buffer) {
     if (camera->sensor->pixelBits == 10 && usb->firmwareVersion == kTenBitFirmware) {
         USB_Bulk_UpdateFrameSize(camera, 0, 0, 10, 0);
     }
+    const ci_error_code captured = _memCaptureGrabFrame(camera);
+    if (captured != CI_CAMERA_SUCCESS) {
+        // The capture is given up; the frame is lost.
+        usb->memCaptureMode = 0;
+        _memCaptureGrabFrame(camera);
+        return captured;
+    }
     Grab g{camera, usb, nullptr, 0, 0, 0, 0};
     plan(g, buffer);
     ci_error_code rc = readFrame(g);
@@ -196,6 +203,10 @@ ci_error_code grab(ci_camera_t* camera, USB_Bulk_Context* usb, ci_u8* buffer) {
     if (rc == CI_EOF_MARKER_ERROR && found) rc = CI_CAMERA_SUCCESS;
     if (rc == CI_EOF_MARKER_ERROR && usb->markerSize != 0) rc = resynchronise(g);
     if (rc == CI_NOT_ENOUGH_DATA_ERROR) rc = shortFrame(g);
+    const bool frameBuffer = _usb_frame_buffer_board(usb->rxBoard);
+    if (rc == CI_GRAB_FRAME_ERROR && usb->memCaptureMode == 1 && frameBuffer && usb->rxBoard != 9) {
+        usb->memCaptureMode = 0;
+    }
     if (rc == CI_CAMERA_SUCCESS && usb->pixelPack) rc = _USB_Bulk_UnpackData(camera, g.dest);
     _repackLsbAligned8(camera, g.dest);
     _unSwizzleBuffer(camera, g.dest);
@@ -207,7 +218,7 @@ ci_error_code grab(ci_camera_t* camera, USB_Bulk_Context* usb, ci_u8* buffer) {
 ci_error_code USB_Bulk_GrabFrame(ci_camera_t* camera, ci_u8* pInBuffer, ci_u32 bufferSizeCheck) {
     USB_Bulk_Context* usb = _usb_context(camera);
     if (usb == nullptr || pInBuffer == nullptr) return CK_ERR(CI_CAMERA_ERROR, "no board or no buffer");
-    _ctx(camera)->rxOutputPort = 0;
+    if (usb->rxBoard == 10) _usb_set_output_port(camera, 0);
     ci_error_code rc = checkCanGrab(camera, usb, bufferSizeCheck);
     if (rc == CI_CAMERA_SUCCESS) {
         rc = grab(camera, usb, pInBuffer);

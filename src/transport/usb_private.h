@@ -288,6 +288,15 @@ bool _usb_frame_buffer_board(ci_u32 rxBoard);
 // The per-product set-up at each start with a sensor.
 void _initBoardPostSensInit(ci_camera_t* camera);
 
+// Memory capture on frame-buffer boards.
+ci_error_code _memCaptureGrabFrame(ci_camera_t* camera);
+ci_error_code _setMemCapture(ci_camera_t* camera, ci_u32 frames);
+ci_error_code _setMemCaptureCycle(ci_camera_t* camera, ci_u32 cycle);
+// Trigger generator and output port of the camera-link board.
+ci_error_code _usb_set_trigger(ci_camera_t* camera, ci_modes mode, ci_u32 value);
+ci_error_code _usb_get_trigger(ci_camera_t* camera, ci_modes mode, ci_u32* value);
+ci_error_code _usb_set_output_port(ci_camera_t* camera, ci_u32 port);
+
 // Pixel width, depth and packing on the board; who unswizzles.
 ci_error_code _updatePixel(ci_camera_t* camera);
 ci_error_code _SetPixelPack(ci_camera_t* camera, ci_u32 value);

@@ -66,6 +66,19 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
             return USB_Bulk_SetShipSpeed(camera, value);
         case CI_PIXEL_PACK:
             return _SetPixelPack(camera, value);
+        case CI_TRIGGER_HIGH_WIDTH:
+        case CI_TRIGGER_LOW_WIDTH:
+        case CI_TRIGGER:
+            return _usb_set_trigger(camera, mode, value);
+        case CI_OUTPUT_PORT:
+            return _usb_set_output_port(camera, value);
+        case CI_MEM_CAPTURE:
+            return _setMemCapture(camera, value);
+        case CI_MEM_CAPTURE_CYCLE:
+            return _setMemCaptureCycle(camera, value);
+        case CI_MEM_CAPTURE_PROGRESS:
+        case CI_MEM_CAPTURE_MB:
+            return CI_CAMERA_NOT_SUPPORTED;
         case CI_LSB_ALIGNED:
             _ctx(camera)->lsbAligned = value;
             return USB_Bulk_UpdateFrameSize(camera, 0, 0, 0, 0) == CI_CAMERA_SUCCESS ? _updatePixel(camera)
@@ -90,6 +103,21 @@ ci_error_code getMode(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
     if (mode == CI_SHIP_SPEED) return USB_Bulk_GetShipSpeed(camera, value);
     if (value != nullptr && mode == CI_SENSOR_POWER) return _getSensorPower(camera, value);
     if (value != nullptr && mode == CI_SENSOR_RESET) return _getSensorReset(camera, value);
+    if (value != nullptr && (mode == CI_TRIGGER_HIGH_WIDTH || mode == CI_TRIGGER_LOW_WIDTH)) {
+        return _usb_get_trigger(camera, mode, value);
+    }
+    if (value != nullptr && mode == CI_OUTPUT_PORT) {
+        *value = _ctx(camera)->rxOutputPort;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_MEM_CAPTURE) {
+        *value = _usb_context(camera)->memCaptureNumFrames;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_MEM_CAPTURE_CYCLE) {
+        *value = _usb_context(camera)->memCaptureCycle;
+        return CI_CAMERA_SUCCESS;
+    }
     if (value != nullptr && mode == CI_HDMI_MODE) {
         *value = _usb_context(camera)->hdmiMode;
         return CI_CAMERA_SUCCESS;
