@@ -245,6 +245,13 @@ TEST_F(UsbBoardControl, AnHdmiReceiverOfVersion206IsPromoted) {
         EXPECT_EQ(ci_getMode(cameras[0], CI_HDMI_MODE, &v), CI_CAMERA_SUCCESS);
         EXPECT_EQ(v, 2u) << "720 active lines";
         EXPECT_EQ(rx.read(0x03) & 1, 1u) << "triple buffering switched on";
+        // The receiver measures the frames.
+        ASSERT_EQ(cameras[0]->startTransport(cameras[0]), CI_CAMERA_SUCCESS);
+        rx.seed(0x0C, 41).seed(0x0D, 0x5678).seed(0x0E, 0x12);
+        EXPECT_EQ(ci_getMode(cameras[0], CI_HW_FRAME_COUNT, &v), CI_CAMERA_SUCCESS);
+        EXPECT_EQ(v, 41u);
+        EXPECT_EQ(ci_getMode(cameras[0], CI_HW_FRAME_TIME, &v), CI_CAMERA_SUCCESS);
+        EXPECT_EQ(v, 0x125678u);
     }
 }
 

@@ -130,6 +130,7 @@ void _initBoardPostSensInit(ci_camera_t* camera) {
     ci_u32 addrSize = 8, dataSize = 16;
     _GetMode(camera, CI_REG_ADDR_SIZE, &addrSize);
     _GetMode(camera, CI_REG_DATA_SIZE, &dataSize);
+    _usb_update_clock_polarity(camera);
     setUpProduct(camera);
     _SetMode(camera, CI_REG_ADDR_SIZE, addrSize);
     _SetMode(camera, CI_REG_DATA_SIZE, dataSize);

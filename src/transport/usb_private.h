@@ -297,6 +297,11 @@ ci_error_code _usb_set_trigger(ci_camera_t* camera, ci_modes mode, ci_u32 value)
 ci_error_code _usb_get_trigger(ci_camera_t* camera, ci_modes mode, ci_u32* value);
 ci_error_code _usb_set_output_port(ci_camera_t* camera, ci_u32 port);
 
+// Frame counter, frame time and clock polarity.
+ci_error_code _usb_hw_frame_count(ci_camera_t* camera, ci_u32* value);
+ci_error_code _usb_hw_frame_time(ci_camera_t* camera, ci_u32* value);
+ci_error_code _usb_update_clock_polarity(ci_camera_t* camera);
+
 // Pixel width, depth and packing on the board; who unswizzles.
 ci_error_code _updatePixel(ci_camera_t* camera);
 ci_error_code _SetPixelPack(ci_camera_t* camera, ci_u32 value);

@@ -66,6 +66,9 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
             return USB_Bulk_SetShipSpeed(camera, value);
         case CI_PIXEL_PACK:
             return _SetPixelPack(camera, value);
+        case CI_PIXCLK_POLARITY:
+            _ctx(camera)->pixclk_polarity = (ci_s32)value;
+            return _usb_update_clock_polarity(camera);
         case CI_TRIGGER_HIGH_WIDTH:
         case CI_TRIGGER_LOW_WIDTH:
         case CI_TRIGGER:
@@ -106,6 +109,8 @@ ci_error_code getMode(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
     if (value != nullptr && (mode == CI_TRIGGER_HIGH_WIDTH || mode == CI_TRIGGER_LOW_WIDTH)) {
         return _usb_get_trigger(camera, mode, value);
     }
+    if (value != nullptr && mode == CI_HW_FRAME_COUNT) return _usb_hw_frame_count(camera, value);
+    if (value != nullptr && mode == CI_HW_FRAME_TIME) return _usb_hw_frame_time(camera, value);
     if (value != nullptr && mode == CI_OUTPUT_PORT) {
         *value = _ctx(camera)->rxOutputPort;
         return CI_CAMERA_SUCCESS;
