@@ -325,4 +325,33 @@ TEST_F(UsbBoardControl, TriggerWidthsAndBurstsOnTheCameraLinkBoard) {
     EXPECT_EQ(ci_setMode(camera, CI_OUTPUT_PORT, 2), CI_CAMERA_NOT_SUPPORTED);
 }
 
+// The start sets the older board up by its revision.
+TEST_F(UsbBoardControl, TheOlderBoardIsSetUpByItsRevisionAtStart) {
+    struct Row {
+        ci_u16 revision;
+        ci_u32 reg3, reg16;
+    };
+    for (Row row : {Row{50, 1, 0x1234}, Row{179, 0, 0x0234}}) {
+        SCOPED_TRACE(row.revision);
+        UsbTestbed own;
+        UsbBoardConfig config;
+        config.productId = 0x1007;
+        config.bcdDevice = row.revision;
+        UsbBoard& b = own.addBoard(config);
+        b.addSensor(page8(), kSensorBase, 8, 16);
+        BusDevice& chip = b.addDevice(kFpga, 16, 16);
+        chip.seed(16, 0x1234);
+        ci_camera_t* list[4] = {};
+        ci_s32 count = 0;
+        ASSERT_EQ(ci_OpenCameras2(list, &count, page8().c_str(), CI_TRANSPORT_USB, ""), CI_CAMERA_SUCCESS);
+        ASSERT_EQ(list[0]->startTransport(list[0]), CI_CAMERA_SUCCESS);
+        EXPECT_EQ(chip.read(3), row.reg3);
+        EXPECT_EQ(chip.read(16), row.reg16);
+        ci_u32 speed = 0;
+        EXPECT_EQ(ci_getMode(list[0], CI_SHIP_SPEED, &speed), CI_CAMERA_SUCCESS);
+        EXPECT_EQ(speed, 100u);
+        ci_CloseCameras2(list, count);
+    }
+}
+
 }  // namespace

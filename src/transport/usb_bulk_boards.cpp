@@ -91,6 +91,37 @@ void driveLow(ci_camera_t* camera, std::initializer_list<ci_u32> pins) {
     for (ci_u32 pin : pins) _setSensorPin(camera, pin, 0);
 }
 
+// A register of the main FPGA by address, at the chip's sizes.
+ci_error_code cameraChipRead(ci_camera_t* camera, ci_u32 addr, ci_u32* value) {
+    if (camera->num_chips == 0) return CI_CAMERA_NOT_SUPPORTED;
+    const ci_chip_t* chip = &camera->chip[_usb_context(camera)->kiteChip];
+    _SetMode(camera, CI_REG_ADDR_SIZE, chip->serial_addr_size);
+    _SetMode(camera, CI_REG_DATA_SIZE, chip->serial_data_size);
+    return camera->readRegister(camera, chip->baseAddr, addr, value);
+}
+
+ci_error_code cameraChipWrite(ci_camera_t* camera, ci_u32 addr, ci_u32 value) {
+    if (camera->num_chips == 0) return CI_CAMERA_NOT_SUPPORTED;
+    const ci_chip_t* chip = &camera->chip[_usb_context(camera)->kiteChip];
+    _SetMode(camera, CI_REG_ADDR_SIZE, chip->serial_addr_size);
+    _SetMode(camera, CI_REG_DATA_SIZE, chip->serial_data_size);
+    return camera->writeRegister(camera, chip->baseAddr, addr, value);
+}
+
+// The older mid-range board by revision.
+void setUpRevisions(ci_camera_t* camera, ci_u32 type) {
+    const ci_u32 version = camera->productVersion;
+    if (version < 176) {
+        if (type == 7) cameraChipWrite(camera, 0, 2);
+        cameraChipWrite(camera, 3, type == 7 ? 0 : 1);
+    }
+    ci_u32 reg16 = 0;
+    if (version > 178 && cameraChipRead(camera, 16, &reg16) == CI_CAMERA_SUCCESS) {
+        cameraChipWrite(camera, 16, _merge(reg16, 0x1000, type == 7));
+    }
+    if (version > 180) driveLow(camera, {3, 4});
+}
+
 ci_u32 sensorType(const ci_camera_t* camera) {
     return camera->sensor != nullptr ? (ci_u32)camera->sensor->sensorType : 0;
 }
@@ -146,6 +177,10 @@ void setUpProduct(ci_camera_t* camera) {
     switch (usb->productID) {
         case 0x1002:
             USB_Bulk_SetShipSpeed(camera, 400);
+            break;
+        case CI_KITE_2:
+            setUpRevisions(camera, type);
+            USB_Bulk_SetShipSpeed(camera, 100);
             break;
         case CI_KESTR:
         case CI_KESTR_XL: {
