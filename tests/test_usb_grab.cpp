@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "scratch_dir.h"
 #include "test_paths.h"
 #include "usb_camera.h"
 
@@ -242,7 +243,17 @@ TEST_F(UsbGrab, ShortFramesAreAcceptedOnlyWhereTheSensorSendsThem) {
 TEST_F(UsbGrab, TheNewestBoardsMarkerCarriesTheFrameMeasurements) {
     ASSERT_NE(open(0x100E, 256), nullptr);
     board->setPattern(FramePattern::Bayer, kWidth);
+    ScratchDir dir;
+    ci_OpenErrorLog(CI_LOG_DEBUG, dir.file("grab.txt").c_str());
     ASSERT_EQ(grab(), CI_CAMERA_SUCCESS);
+    ci_CloseErrorLog();
+    const std::string log = scratch_read_file(dir.file("grab0.txt"));
+    EXPECT_NE(log.find("grabFrame -> 4096 bytes - "), std::string::npos) << log;
+    EXPECT_NE(log.find(" - CAMERA_SUCCESS - ThreadID: TBD"), std::string::npos) << log;
+    EXPECT_NE(log.find("   0x0001      0x000003E8  0x00001000  0x00000020  0x00000080  0x05  0x01         0x00         "
+                       "0x0400   "),
+              std::string::npos)
+        << log;
     expectFrame(1);
     const ci_frame_data_t fd = frameData();
     EXPECT_EQ(fd.frameTime, 1000u);
