@@ -50,8 +50,8 @@ ci_error_code _USB_Bulk_UnpackData(ci_camera_t* camera, ci_u8* buffer) {
     const ci_u32 bits = _ctx(camera)->bitsPerClock;
     if (bits != 10 && bits != 12) return CI_CAMERA_SUCCESS;
     const ci_u32 returned = fd->bytesReturned;
-    if (usb->markerSize != 0 &&
-        (returned < usb->markerPacketSize || !_USB_Bulk_EOFMarker(camera, buffer, returned - usb->markerPacketSize))) {
+    const bool fits = returned >= usb->markerPacketSize && usb->markerSize <= usb->markerPacketSize;
+    if (usb->markerSize != 0 && (!fits || !_USB_Bulk_EOFMarker(camera, buffer, returned - usb->markerPacketSize))) {
         return CI_NOT_ENOUGH_DATA_ERROR;
     }
     // The expanded frame must fit the frame's buffer.
