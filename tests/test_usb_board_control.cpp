@@ -231,12 +231,16 @@ TEST_F(UsbBoardControl, AnHdmiReceiverOfVersion206IsPromoted) {
         board->addDevice(kFpga, 16, 16);
         BusDevice& rx = board->addDevice(0x68, 8, 16);
         rx.seed(0x00, 206).seed(0x02, 0x0004).seed(0x05, 0x8000).seed(0x08, 720);
+        board->addDevice(0x6A, 8, 16).seed(0x00, 0x0102);
         ASSERT_EQ(ci_OpenCameras2(cameras, &n, page8().c_str(), CI_TRANSPORT_USB, ""), CI_CAMERA_SUCCESS);
         const USB_Bulk_Context* usb = _usb_context(cameras[0]);
         EXPECT_EQ(usb->rxBoard, 8u);
         EXPECT_EQ(usb->rxChip, 1u);
         EXPECT_EQ(usb->hdmiChip, 1u);
         EXPECT_EQ(usb->rxVersion, 206u);
+        EXPECT_EQ(usb->stereoBoard, 1u);
+        EXPECT_EQ(usb->stereoChip, 2u);
+        EXPECT_EQ(usb->stereoVersion, 0x0102u);
         EXPECT_EQ(usb->pixelPack, 1u);
         EXPECT_EQ(usb->hdmiTxMode, 2u);
         ci_u32 v = 0;

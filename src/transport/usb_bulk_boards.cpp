@@ -22,6 +22,7 @@ constexpr BoardName kReceiverBoards[] = {
     {"CK_RX_HDMI_S", 6}, {"CK_RX_HDMI_XS", 7}, {"CK_RX_HDMI_B", 8}, {"CK_RX_CAMLINK", 10},
 };
 constexpr BoardName kBaseBoards[] = {{"CK_MAIN_FPGA3", 9}};
+constexpr BoardName kStereoBoards[] = {{"CK_STEREO", 1}};
 
 bool findBoard(const ci_camera_t* camera, const BoardName* table, size_t n, ci_u32* type, ci_u32* chip) {
     for (ci_s32 i = 0; i < camera->num_chips; i++) {
@@ -154,6 +155,16 @@ void _USB_Bulk_GetRxBoardType(ci_camera_t* camera) {
     setUpReceiver(camera, usb);
     sizeMemory(camera, usb);
     readHdmiMode(camera, usb);
+}
+
+void _USB_Bulk_GetStereoBoard(ci_camera_t* camera) {
+    USB_Bulk_Context* usb = _usb_context(camera);
+    if (usb->stereoBoard != 0) return;
+    ci_u32 found = 0, chip = 0;
+    if (!findBoard(camera, kStereoBoards, std::size(kStereoBoards), &found, &chip)) return;
+    usb->stereoBoard = found;
+    usb->stereoChip = chip;
+    _readStereoRegister(camera, "CHIP_VERSION_REG", &usb->stereoVersion);
 }
 
 void _initBoardPostSensInit(ci_camera_t* camera) {

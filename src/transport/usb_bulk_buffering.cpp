@@ -72,6 +72,7 @@ void _initBoardPreSensInit(ci_camera_t* camera) {
         _SetMode(camera, CI_REG_ADDR_SIZE, 8);
         _SetMode(camera, CI_REG_DATA_SIZE, 16);
         _USB_Bulk_GetRxBoardType(camera);
+        _USB_Bulk_GetStereoBoard(camera);
         _SetMode(camera, CI_REG_ADDR_SIZE, 8);
         _SetMode(camera, CI_REG_DATA_SIZE, 16);
     }

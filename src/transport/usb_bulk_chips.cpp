@@ -130,3 +130,37 @@ ci_error_code _writeRxRegister(ci_camera_t* camera, const char* name, ci_u32 val
 ci_error_code _writeRxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32 value) {
     return _writeSomeBitfield(camera, _usb_context(camera)->rxChip, reg, bitfield, value);
 }
+
+// The stereo board's family.
+ci_reg_data_t* _stereoRegister(ci_camera_t* camera, const char* name) {
+    return _someRegister(camera, _usb_context(camera)->stereoChip, name);
+}
+ci_u32 _stereoBitfield(ci_camera_t* camera, const char* reg, const char* bitfield) {
+    return _someBitfield(camera, _usb_context(camera)->stereoChip, reg, bitfield);
+}
+ci_error_code _readStereoRegister(ci_camera_t* camera, const char* name, ci_u32* value) {
+    return _readSomeRegister(camera, _usb_context(camera)->stereoChip, name, value);
+}
+ci_error_code _readStereoBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value) {
+    return _readSomeBitfield(camera, _usb_context(camera)->stereoChip, reg, bitfield, value);
+}
+ci_error_code _writeStereoRegister(ci_camera_t* camera, const char* name, ci_u32 value) {
+    return _writeSomeRegister(camera, _usb_context(camera)->stereoChip, name, value);
+}
+
+// The HDMI chip's family.
+ci_reg_data_t* _hdmiRegister(ci_camera_t* camera, const char* name) {
+    return _someRegister(camera, _usb_context(camera)->hdmiChip, name);
+}
+ci_u32 _hdmiBitfield(ci_camera_t* camera, const char* reg, const char* bitfield) {
+    return _someBitfield(camera, _usb_context(camera)->hdmiChip, reg, bitfield);
+}
+ci_error_code _readHdmiRegister(ci_camera_t* camera, const char* name, ci_u32* value) {
+    return _readSomeRegister(camera, _usb_context(camera)->hdmiChip, name, value);
+}
+ci_error_code _readHdmiBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value) {
+    return _readSomeBitfield(camera, _usb_context(camera)->hdmiChip, reg, bitfield, value);
+}
+ci_error_code _writeHdmiRegister(ci_camera_t* camera, const char* name, ci_u32 value) {
+    return _writeSomeRegister(camera, _usb_context(camera)->hdmiChip, name, value);
+}

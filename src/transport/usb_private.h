@@ -266,6 +266,16 @@ ci_error_code _readRxRegister(ci_camera_t* camera, const char* name, ci_u32* val
 ci_error_code _readRxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
 ci_error_code _writeRxRegister(ci_camera_t* camera, const char* name, ci_u32 value);
 ci_error_code _writeRxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32 value);
+ci_reg_data_t* _stereoRegister(ci_camera_t* camera, const char* name);
+ci_u32 _stereoBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
+ci_error_code _readStereoRegister(ci_camera_t* camera, const char* name, ci_u32* value);
+ci_error_code _readStereoBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeStereoRegister(ci_camera_t* camera, const char* name, ci_u32 value);
+ci_reg_data_t* _hdmiRegister(ci_camera_t* camera, const char* name);
+ci_u32 _hdmiBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
+ci_error_code _readHdmiRegister(ci_camera_t* camera, const char* name, ci_u32* value);
+ci_error_code _readHdmiBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeHdmiRegister(ci_camera_t* camera, const char* name, ci_u32 value);
 
 // ------------------------------------------------------------ board control
 // Board memory and the frames the board keeps in it.
@@ -284,6 +294,8 @@ ci_error_code _getSensorReset(ci_camera_t* camera, ci_u32* value);
 
 // Receiver and base boards: found once by chip name in the board data.
 void _USB_Bulk_GetRxBoardType(ci_camera_t* camera);
+// The stereo board: found once by chip name.
+void _USB_Bulk_GetStereoBoard(ci_camera_t* camera);
 bool _usb_frame_buffer_board(ci_u32 rxBoard);
 // The per-product set-up at each start with a sensor.
 void _initBoardPostSensInit(ci_camera_t* camera);
