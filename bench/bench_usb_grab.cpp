@@ -69,9 +69,7 @@ void BM_UsbGrabFrame(benchmark::State& state) {
     }
     USB_Bulk_Context* usb = _usb_context(camera);
     std::vector<ci_u8> buffer(camera->sensor->bufferSize);
-    auto library = [&] {
-        benchmark::DoNotOptimize(ci_grabFrame(camera, buffer.data(), (ci_u32)buffer.size()));
-    };
+    auto library = [&] { benchmark::DoNotOptimize(ci_grabFrame(camera, buffer.data(), (ci_u32)buffer.size())); };
     // The bare loop asks for the same transfers and stops at the short
     // marker packet, as a minimal frame reader would.
     auto* handle = static_cast<libusb_device_handle*>(usb->driverInfo->hDevice);

@@ -95,7 +95,8 @@ TEST_F(UsbCli, GrabWritesTheBoardsFramesAsPngFiles) {
     const ci_u32 width = 1280, height = 1024;
     board.setPattern(FramePattern::Bayer, width);
     board.setFrameSize(width * height * 2);
-    const ToolResult r = cli.run({"--transports", "usb", "--sensor-data", page8(), "grab", "-n", "5", "-o", "frame%d.png"});
+    const ToolResult r =
+        cli.run({"--transports", "usb", "--sensor-data", page8(), "grab", "-n", "5", "-o", "frame%d.png"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("5 frames grabbed, 0 failed"), std::string::npos) << r.out;
     for (ci_u32 n = 0; n < 5; n++) {

@@ -71,9 +71,9 @@ protected:
         const std::vector<ci_u8> sent = board->frameBytes(frameNumber);
         ASSERT_LE(sent.size(), buffer.size());
         const auto diff = std::mismatch(sent.begin(), sent.end(), buffer.begin());
-        EXPECT_EQ(diff.first, sent.end()) << "frame " << frameNumber << " differs at byte "
-                                          << (diff.first - sent.begin()) << ": " << (int)*diff.first << " for "
-                                          << (int)*diff.second;
+        EXPECT_EQ(diff.first, sent.end())
+            << "frame " << frameNumber << " differs at byte " << (diff.first - sent.begin()) << ": " << (int)*diff.first
+            << " for " << (int)*diff.second;
         const ci_frame_data_t fd = frameData();
         EXPECT_EQ(fd.frameNumber, frameNumber);
         EXPECT_EQ(fd.imageBytesReturned, (ci_u32)sent.size());

@@ -205,8 +205,10 @@ void setUpProduct(ci_camera_t* camera) {
             ci_u32 format = 0;
             _readKiteRegister(camera, "FORMAT_CONTROL_REG", &format);
             _writeKiteRegister(camera, "FORMAT_CONTROL_REG", _merge(format, 0x1000, type == 7));
-            if (type == 95 || type == 99) driveLow(camera, {3, 7});
-            else driveLow(camera, {3, 4});
+            if (type == 95 || type == 99)
+                driveLow(camera, {3, 7});
+            else
+                driveLow(camera, {3, 4});
             USB_Bulk_SetShipSpeed(camera, rate);
             break;
         }

@@ -36,7 +36,8 @@ ci_error_code programNewestBoard(ci_camera_t* camera, ci_u32 count, ci_u32 frame
     if (lineLength > kLineUnit) lineLength = kLineUnit;
     if (_ctx(camera)->bitsPerClock > 8) lineLength /= 2;
     if (rc == CI_CAMERA_SUCCESS) rc = _writeKiteRegister(camera, "SWLineLength", lineLength);
-    if (rc == CI_CAMERA_SUCCESS) rc = _writeKiteRegister(camera, "SWFrameLines", lineLength ? frameBytes / lineLength : 0);
+    if (rc == CI_CAMERA_SUCCESS)
+        rc = _writeKiteRegister(camera, "SWFrameLines", lineLength ? frameBytes / lineLength : 0);
     if (rc == CI_CAMERA_SUCCESS && usb->rxBoard > 1 && usb->rxChip != usb->kiteChip) {
         rc = _writeRxBitfield(camera, "ControlReg3", "FixedFrameSize", usb->memCaptureMode > 3);
     }

@@ -31,7 +31,8 @@ ci_error_code _usb_hw_frame_count(ci_camera_t* camera, ci_u32* value) {
 ci_error_code _usb_hw_frame_time(ci_camera_t* camera, ci_u32* value) {
     const bool rx = receiverHas(camera, "FrameTimeLS");
     ci_u32 low = 0, high = 0;
-    ci_error_code rc = rx ? _readRxRegister(camera, "FrameTimeLS", &low) : _readKiteRegister(camera, "FrameTimeLS", &low);
+    ci_error_code rc =
+        rx ? _readRxRegister(camera, "FrameTimeLS", &low) : _readKiteRegister(camera, "FrameTimeLS", &low);
     if (rc == CI_CAMERA_SUCCESS) {
         rc = rx ? _readRxRegister(camera, "FrameTimeMS", &high) : _readKiteRegister(camera, "FrameTimeMS", &high);
     }

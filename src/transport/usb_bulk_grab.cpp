@@ -32,8 +32,8 @@ bool markerAt(ci_camera_t* camera, const ci_u8* buffer, ci_u32 offset, ci_u32 le
 struct Grab {
     ci_camera_t* camera;
     USB_Bulk_Context* usb;
-    ci_u8* dest;           // buffer + pixelOffset
-    ci_u32 length;         // bytes from dest to the end of the buffer
+    ci_u8* dest;    // buffer + pixelOffset
+    ci_u32 length;  // bytes from dest to the end of the buffer
     ci_u32 bytesExpected;
     ci_u32 markerStart;
     ci_u32 total;
@@ -46,8 +46,8 @@ ci_error_code readFrame(Grab& g) {
     ci_u32 requested = 0;
     ci_error_code rc = CI_CAMERA_SUCCESS;
     while (rc == CI_CAMERA_SUCCESS && remaining > 0) {
-        const ci_u32 request = usb->maxTransferSize >= remaining ? roundUp(remaining, usb->maxPacketSize)
-                                                                 : usb->maxTransferSize;
+        const ci_u32 request =
+            usb->maxTransferSize >= remaining ? roundUp(remaining, usb->maxPacketSize) : usb->maxTransferSize;
         const ci_u32 room = g.length - requested;
         ci_u32 got = 0;
         if (!_CILIBUSB_GrabFrame(g.usb, g.dest + requested, request < room ? request : room, &got)) {
@@ -56,9 +56,12 @@ ci_error_code readFrame(Grab& g) {
         remaining = request >= remaining ? 0 : remaining - request;
         requested += request;
         g.total += got;
-        if (remaining == 0 && g.total < g.bytesExpected) rc = CI_NOT_ENOUGH_DATA_ERROR;
-        else if (remaining == 0 && g.total > g.bytesExpected) rc = CI_EOF_MARKER_ERROR;
-        else if (g.total != g.bytesExpected && got != request) rc = CI_NOT_ENOUGH_DATA_ERROR;
+        if (remaining == 0 && g.total < g.bytesExpected)
+            rc = CI_NOT_ENOUGH_DATA_ERROR;
+        else if (remaining == 0 && g.total > g.bytesExpected)
+            rc = CI_EOF_MARKER_ERROR;
+        else if (g.total != g.bytesExpected && got != request)
+            rc = CI_NOT_ENOUGH_DATA_ERROR;
     }
     return rc;
 }
@@ -140,8 +143,9 @@ void logFrame(ci_camera_t* camera, const USB_Bulk_Context* usb, const ci_u8* buf
              _ctx(camera)->frame_data.imageBytesReturned, type, ci_getErrorSymbol(rc));
     CK_LOG(CI_LOG_DEBUG, line);
     if (usb->productID == CI_KITE_3) {
-        CK_LOG(CI_LOG_DEBUG,
-               "   frameCount  frameTime   frameSize   frameLines  lineSize    gpio  frameStatus  eolPadBytes  byteCount");
+        CK_LOG(
+            CI_LOG_DEBUG,
+            "   frameCount  frameTime   frameSize   frameLines  lineSize    gpio  frameStatus  eolPadBytes  byteCount");
         snprintf(line, sizeof line,
                  "   0x%04X      0x%08X  0x%08X  0x%08X  0x%08X  0x%02X  0x%02X         0x%02X         0x%04X   ",
                  usb->marker_frameCount, usb->marker_frameTime, usb->marker_frameSize, usb->marker_frameLines,

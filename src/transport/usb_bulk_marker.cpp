@@ -33,7 +33,8 @@ void decodeExtended(USB_Bulk_Context* usb, const ci_u8* p) {
 
 ci_u32 bytesReceivedAt(const USB_Bulk_Context* usb, ci_u32 offset) {
     ci_s64 received = offset;
-    if (offset != 0 && usb->marker_byteCount != 0) received = (ci_s64)offset - usb->maxPacketSize + usb->marker_byteCount;
+    if (offset != 0 && usb->marker_byteCount != 0)
+        received = (ci_s64)offset - usb->maxPacketSize + usb->marker_byteCount;
     if (usb->productID == CI_KITE_3 && usb->hdmiMode == 0) received -= usb->marker_eolPadBytes;
     return received < 0 ? 0 : (ci_u32)received;
 }

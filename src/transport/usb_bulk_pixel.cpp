@@ -17,7 +17,8 @@ bool formatRegisterBoard(const ci_camera_t* camera) {
 
 bool lsbWidened(ci_camera_t* camera) {
     const _common_context_t* ctx = _ctx(camera);
-    return ctx->lsbAligned && ctx->rxType == CI_RX_PARALLEL && _rxBitfield(camera, "ParallelControls", "LSBDataAlign") == 0;
+    return ctx->lsbAligned && ctx->rxType == CI_RX_PARALLEL &&
+           _rxBitfield(camera, "ParallelControls", "LSBDataAlign") == 0;
 }
 
 // The pixel-width code of the format register; false for a width the
@@ -75,7 +76,8 @@ ci_error_code updateNewestBoard(ci_camera_t* camera, ci_u32 bits) {
     ci_error_code rc = CI_CAMERA_SUCCESS;
     if (oldDepth != depth || oldAlign != (ctx->lsbAligned ? 1u : 0u)) {
         rc = _writeKiteBitfield(camera, "ParallelControls", "ParallelBitDepth", depth);
-        if (rc == CI_CAMERA_SUCCESS) rc = _writeKiteBitfield(camera, "ParallelControls", "LSBDataAlign", ctx->lsbAligned ? 1 : 0);
+        if (rc == CI_CAMERA_SUCCESS)
+            rc = _writeKiteBitfield(camera, "ParallelControls", "LSBDataAlign", ctx->lsbAligned ? 1 : 0);
         if (rc == CI_CAMERA_SUCCESS) rc = _resetFifo(camera);
     }
     if (rc == CI_CAMERA_SUCCESS && _usb_fw(camera) >= kPixelPackFirmware &&
@@ -100,7 +102,8 @@ ci_error_code _updatePixel(ci_camera_t* camera) {
     }
     if (formatRegisterBoard(camera)) {
         ci_u32 code = 0;
-        if (!widthCode(camera, bits, &code)) return CK_ERR(CI_CAMERA_ERROR, "the board cannot capture this pixel width");
+        if (!widthCode(camera, bits, &code))
+            return CK_ERR(CI_CAMERA_ERROR, "the board cannot capture this pixel width");
         return writeFormat(camera, kPixelWidthMask, code);
     }
     if (camera->productID == CI_KITE_3) return updateNewestBoard(camera, bits);

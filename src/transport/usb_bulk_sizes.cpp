@@ -75,8 +75,8 @@ ci_error_code USB_Bulk_InitTransport(ci_camera_t* camera, ci_u32 nBitsPerClock, 
 ci_error_code USB_Bulk_UpdateBufferSize(ci_camera_t* camera, ci_u32 rawBufSize) {
     USB_Bulk_Context* usb = _usb_context(camera);
     if (usb == nullptr || camera->sensor == nullptr) return CI_CAMERA_ERROR;
-    camera->sensor->bufferSize = roundUp(rawBufSize, usb->maxPacketSize) +
-                                 roundUp(usb->markerPacketSize, usb->maxPacketSize) + usb->pixelOffset;
+    camera->sensor->bufferSize =
+        roundUp(rawBufSize, usb->maxPacketSize) + roundUp(usb->markerPacketSize, usb->maxPacketSize) + usb->pixelOffset;
     _ctx(camera)->raw_buf_size = rawBufSize;
     return CI_CAMERA_SUCCESS;
 }
@@ -102,8 +102,10 @@ ci_error_code USB_Bulk_UpdateFrameSize(ci_camera_t* camera, ci_u32 nWidth, ci_u3
     if (s == nullptr) return CK_ERR(CI_CAMERA_ERROR, "cannot allocate a sensor description");
     _common_context_t* ctx = _ctx(camera);
     const bool bitsChanged = nBitsPerClock != 0 && (ci_u32)nBitsPerClock != ctx->bitsPerClock;
-    const bool clockingChanged = bitsChanged || (nClocksPerPixel != 0 && (ci_u32)nClocksPerPixel != ctx->clocksPerPixel);
-    const bool changed = clockingChanged || (nWidth != 0 && nWidth != s->width) || (nHeight != 0 && nHeight != s->height);
+    const bool clockingChanged =
+        bitsChanged || (nClocksPerPixel != 0 && (ci_u32)nClocksPerPixel != ctx->clocksPerPixel);
+    const bool changed =
+        clockingChanged || (nWidth != 0 && nWidth != s->width) || (nHeight != 0 && nHeight != s->height);
     if (nWidth != 0) s->width = nWidth;
     if (nHeight != 0) s->height = nHeight;
     if (nBitsPerClock != 0) ctx->bitsPerClock = (ci_u32)nBitsPerClock;

@@ -25,7 +25,8 @@ ci_error_code runTrigger(ci_camera_t* camera, ci_u32 value) {
     _readKiteBitfield(camera, "SensorTriggerControl", "SensorTriggerBurstCount", &burst);
     ci_error_code rc = CI_CAMERA_SUCCESS;
     if (burst == 0) rc = _writeKiteBitfield(camera, "SensorTriggerControl", "SensorTriggerBurstCount", 1);
-    if (rc == CI_CAMERA_SUCCESS) rc = _writeKiteBitfield(camera, "SensorTriggerControl", "SensorTriggerEnableControls", 1);
+    if (rc == CI_CAMERA_SUCCESS)
+        rc = _writeKiteBitfield(camera, "SensorTriggerControl", "SensorTriggerEnableControls", 1);
     if (rc == CI_CAMERA_SUCCESS) rc = _writeKiteBitfield(camera, "SensorTriggerControl", "SensorTriggerRunBurst", 0);
     if (rc != CI_CAMERA_SUCCESS || value == 0) return rc;
     const char* field = value == 1 ? "SensorTriggerRunBurst" : "SensorTriggerEnable";
@@ -50,8 +51,10 @@ ci_error_code _usb_set_trigger(ci_camera_t* camera, ci_modes mode, ci_u32 value)
 // "t", as the board names it.
 ci_error_code _usb_get_trigger(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
     if (_usb_context(camera)->rxBoard != kCameraLinkBoard) return CI_CAMERA_NOT_SUPPORTED;
-    if (mode == CI_TRIGGER_HIGH_WIDTH) return readHalves(camera, "SensorTriggerCountHigh0", "SensorTriggerCountHigh1", value);
-    if (mode == CI_TRIGGER_LOW_WIDTH) return readHalves(camera, "SensorTriggerCounLow0", "SensorTriggerCountLow1", value);
+    if (mode == CI_TRIGGER_HIGH_WIDTH)
+        return readHalves(camera, "SensorTriggerCountHigh0", "SensorTriggerCountHigh1", value);
+    if (mode == CI_TRIGGER_LOW_WIDTH)
+        return readHalves(camera, "SensorTriggerCounLow0", "SensorTriggerCountLow1", value);
     return _GetMode(camera, mode, value);
 }
 

@@ -16,7 +16,7 @@ constexpr ci_u32 kUsbMaxControlData = 64;  // the firmware's control data limit
 typedef struct CILIBUSB_driverInfo {
     void* hDevice;  // libusb handle while started, null when stopped
     ci_s32 bDevName;
-    ci_u32 index;   // ordinal among matching boards on the bus
+    ci_u32 index;  // ordinal among matching boards on the bus
     ci_u32 idVendor;
     ci_u32 idProduct;
     ci_u32 bcdDevice;
@@ -172,8 +172,8 @@ ci_error_code USB_Bulk_SendVRCommand(ci_camera_t* camera, ci_u8 command, ci_u8 d
                                      ci_u32 bufferSize, ci_u8* buffer, ci_s32* bytesTransferred);
 // One request that must move exactly `size` bytes: 0, or 1 when it failed
 // or moved fewer.
-ci_error_code _usb_request(ci_camera_t* camera, ci_u8 command, ci_u8 direction, ci_u16 value, ci_u16 index,
-                           ci_u32 size, ci_u8* buffer);
+ci_error_code _usb_request(ci_camera_t* camera, ci_u8 command, ci_u8 direction, ci_u16 value, ci_u16 index, ci_u32 size,
+                           ci_u8* buffer);
 
 // Firmware tests.
 ci_u32 _usb_fw(const ci_camera_t* camera);
@@ -193,10 +193,10 @@ ci_error_code USB_Bulk_ReadRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u3
                                      ci_u32* vals);
 ci_error_code USB_Bulk_WriteRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 startAddr, ci_u32 numRegs,
                                       ci_u32* vals);
-ci_error_code USB_Bulk_GenericRead(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 addrSize, ci_u32 addr,
-                                   ci_u32 dataSize, ci_u32 count, ci_u32* vals);
-ci_error_code USB_Bulk_GenericWrite(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 addrSize, ci_u32 addr,
-                                    ci_u32 dataSize, ci_u32 count, const ci_u32* vals);
+ci_error_code USB_Bulk_GenericRead(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 addrSize, ci_u32 addr, ci_u32 dataSize,
+                                   ci_u32 count, ci_u32* vals);
+ci_error_code USB_Bulk_GenericWrite(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 addrSize, ci_u32 addr, ci_u32 dataSize,
+                                    ci_u32 count, const ci_u32* vals);
 ci_error_code USB_Bulk_ReadSensorRegisters(ci_camera_t* camera, ci_u32 addrSpace, ci_u32 startAddr, ci_u32 numRegs,
                                            ci_u32* vals);
 ci_error_code USB_Bulk_WriteSensorRegisters(ci_camera_t* camera, ci_u32 addrSpace, ci_u32 startAddr, ci_u32 numRegs,
@@ -250,10 +250,8 @@ ci_reg_data_t* _someRegister(ci_camera_t* camera, ci_u32 chip, const char* name)
 ci_u32 _someBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield);
 ci_error_code _readSomeRegister(ci_camera_t* camera, ci_u32 chip, const char* name, ci_u32* value);
 ci_error_code _writeSomeRegister(ci_camera_t* camera, ci_u32 chip, const char* name, ci_u32 value);
-ci_error_code _readSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield,
-                                ci_u32* value);
-ci_error_code _writeSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield,
-                                 ci_u32 value);
+ci_error_code _readSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield, ci_u32 value);
 ci_reg_data_t* _kiteRegister(ci_camera_t* camera, const char* name);
 ci_u32 _kiteBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
 ci_error_code _readKiteRegister(ci_camera_t* camera, const char* name, ci_u32* value);

@@ -85,7 +85,7 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
         case CI_LSB_ALIGNED:
             _ctx(camera)->lsbAligned = value;
             return USB_Bulk_UpdateFrameSize(camera, 0, 0, 0, 0) == CI_CAMERA_SUCCESS ? _updatePixel(camera)
-                                                                                  : CI_CAMERA_ERROR;
+                                                                                     : CI_CAMERA_ERROR;
         case CI_SENSOR_POWER:
             return _setSensorPower(camera, value);
         case CI_SENSOR_RESET:

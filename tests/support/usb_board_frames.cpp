@@ -142,7 +142,8 @@ void UsbBoard::queueFrame() {
     if (fault != FrameFault::ShortWithoutMarker) data.resize(paddedSize(bytes), 0);
     if (!data.empty()) stream_.push_back(Chunk{std::move(data)});
     if (fault == FrameFault::Extra) stream_.push_back(Chunk{{}, faultBytes});
-    if (fault != FrameFault::MissingMarker && fault != FrameFault::ShortWithoutMarker && !config_.marker.empty()) stream_.push_back(Chunk{markerPacket(n, bytes)});
+    if (fault != FrameFault::MissingMarker && fault != FrameFault::ShortWithoutMarker && !config_.marker.empty())
+        stream_.push_back(Chunk{markerPacket(n, bytes)});
 }
 
 // A transfer ends when the request is full or a packet comes short.

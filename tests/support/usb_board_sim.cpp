@@ -96,8 +96,9 @@ void submit(Node* node, UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
         return;
     }
     auto* urb = reinterpret_cast<usbdevfs_urb*>(urbData->data);
-    UMockdevIoctlData* buffer =
-        urb->buffer_length > 0 ? resolveAt(urbData, offsetof(usbdevfs_urb, buffer), (gsize)urb->buffer_length) : nullptr;
+    UMockdevIoctlData* buffer = urb->buffer_length > 0
+                                    ? resolveAt(urbData, offsetof(usbdevfs_urb, buffer), (gsize)urb->buffer_length)
+                                    : nullptr;
     PendingUrb p{urbData, buffer};
     if (urb->type == USBDEVFS_URB_TYPE_BULK && urb->endpoint == 0x82 && buffer != nullptr) {
         ci_u32 actual = 0;

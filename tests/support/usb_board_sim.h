@@ -23,9 +23,9 @@ std::vector<ci_u8> usb_default_marker();
 struct UsbBoardConfig {
     ci_u16 vendorId = 0xC0DE;
     ci_u16 productId = 0x1007;
-    ci_u16 bcdDevice = 50;         // the firmware version of the older boards
-    ci_u16 fwVersion = 50;         // what the newest board (0x100E) reports on request
-    ci_u8 usbGeneration = 2;       // 2 or 3 (also the device's speed)
+    ci_u16 bcdDevice = 50;    // the firmware version of the older boards
+    ci_u16 fwVersion = 50;    // what the newest board (0x100E) reports on request
+    ci_u8 usbGeneration = 2;  // 2 or 3 (also the device's speed)
     ci_u16 maxPacketSize = 512;
     ci_u16 markerPacketSize = 512;
     std::vector<ci_u8> marker = usb_default_marker();
@@ -56,13 +56,13 @@ enum class FramePattern {
 // One-frame faults of the frame source.
 enum class FrameFault {
     None,
-    Late,           // `bytes` of filler come before the frame (whole packets)
-    MissingMarker,  // the frame has no marker packet
-    Short,          // only `bytes` of the frame are sent, then the marker
+    Late,                // `bytes` of filler come before the frame (whole packets)
+    MissingMarker,       // the frame has no marker packet
+    Short,               // only `bytes` of the frame are sent, then the marker
     ShortWithoutMarker,  // only `bytes` (not whole packets), and no marker
-    Extra,          // `bytes` of filler follow the frame, before the marker
-    Stall,          // the read stalls (the endpoint halts)
-    TimeoutMidFrame // half the frame comes, then nothing until the host gives up
+    Extra,               // `bytes` of filler follow the frame, before the marker
+    Stall,               // the read stalls (the endpoint halts)
+    TimeoutMidFrame      // half the frame comes, then nothing until the host gives up
 };
 
 class UsbBoard {
