@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <libusb.h>
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 #include <vector>
 
 #include "scratch_dir.h"
@@ -149,7 +151,14 @@ TEST_F(UsbDevice, LibusbIsExitedAfterTheLastClose) {
     USB_Bulk_CloseCameras(1, &cameras[1]);
     n = 0;
     EXPECT_EQ(_CILIBUSB_use_count(), 0);
-    EXPECT_EQ(openDescriptors(), before);
+    // The simulator's own thread may hold a descriptor for a moment under
+    // load; a leak never goes away.
+    int after = openDescriptors();
+    for (int i = 0; i < 100 && after != before; i++) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        after = openDescriptors();
+    }
+    EXPECT_EQ(after, before);
 }
 
 TEST_F(UsbDevice, ABoardThatCannotBeClaimedIsNotOpened) {

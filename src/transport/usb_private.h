@@ -16,7 +16,7 @@ constexpr ci_u32 kUsbMaxControlData = 64;  // the firmware's control data limit
 typedef struct CILIBUSB_driverInfo {
     void* hDevice;  // libusb handle while started, null when stopped
     ci_s32 bDevName;
-    ci_u32 index;   // ordinal among matching boards on the bus
+    ci_u32 index;  // ordinal among matching boards on the bus
     ci_u32 idVendor;
     ci_u32 idProduct;
     ci_u32 bcdDevice;
@@ -38,9 +38,43 @@ typedef struct USB_Bulk_Context {
     ci_u32 firmwareVersion;
     ci_u32 vendorID;
     ci_u32 productID;
+    ci_u32 kiteMB;
+    ci_u32 kiteChip;
+    void* transport2Context;
     ci_u32 convert_8_to_16;
+    ci_u32 pixelPack;
     ci_u32 rxBoard;
+    ci_u32 rxVersion;
+    ci_u32 rxFpgaVersion;
+    ci_u32 rxChip;
     ci_u32 grabframeTimeout;
+    ci_u32 memCaptureMB;
+    ci_u32 memCaptureMode;
+    ci_u32 memCaptureNumFrames;
+    ci_u32 memCaptureCycle;
+    ci_u32 memCaptureStart;
+    ci_u32 hdmiChip;
+    ci_u32 hdmiMode;
+    ci_u32 hdmiKite2Crop;  // 0 off, 1 centre, 2 left, 3 right
+    ci_u32 hdmiRgb;
+    ci_u32 hdmiTxMode;
+    ci_u32 hdmiTxVersion;
+    ci_u32 stereoBoard;
+    ci_u32 stereoVersion;
+    ci_u32 stereoChip;
+    // Decoded from the last marker packet.
+    ci_u32 marker_frameCount;
+    ci_u32 marker_frameTime;
+    ci_u32 marker_frameSize;
+    ci_u32 marker_frameLines;
+    ci_u32 marker_lineSize;
+    ci_u32 marker_gpio;
+    ci_u32 marker_frameStatus;
+    ci_u32 marker_eolPadBytes;
+    ci_u32 marker_byteCount;
+    ci_u32 bytesReceived;
+    ci_u32 rxstop;
+    ci_u32 rxstop_reg1;
     ci_camera_t* pCamera;
 } USB_Bulk_Context;
 
@@ -138,8 +172,8 @@ ci_error_code USB_Bulk_SendVRCommand(ci_camera_t* camera, ci_u8 command, ci_u8 d
                                      ci_u32 bufferSize, ci_u8* buffer, ci_s32* bytesTransferred);
 // One request that must move exactly `size` bytes: 0, or 1 when it failed
 // or moved fewer.
-ci_error_code _usb_request(ci_camera_t* camera, ci_u8 command, ci_u8 direction, ci_u16 value, ci_u16 index,
-                           ci_u32 size, ci_u8* buffer);
+ci_error_code _usb_request(ci_camera_t* camera, ci_u8 command, ci_u8 direction, ci_u16 value, ci_u16 index, ci_u32 size,
+                           ci_u8* buffer);
 
 // Firmware tests.
 ci_u32 _usb_fw(const ci_camera_t* camera);
@@ -159,10 +193,10 @@ ci_error_code USB_Bulk_ReadRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u3
                                      ci_u32* vals);
 ci_error_code USB_Bulk_WriteRegisters(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 startAddr, ci_u32 numRegs,
                                       ci_u32* vals);
-ci_error_code USB_Bulk_GenericRead(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 addrSize, ci_u32 addr,
-                                   ci_u32 dataSize, ci_u32 count, ci_u32* vals);
-ci_error_code USB_Bulk_GenericWrite(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 addrSize, ci_u32 addr,
-                                    ci_u32 dataSize, ci_u32 count, const ci_u32* vals);
+ci_error_code USB_Bulk_GenericRead(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 addrSize, ci_u32 addr, ci_u32 dataSize,
+                                   ci_u32 count, ci_u32* vals);
+ci_error_code USB_Bulk_GenericWrite(ci_camera_t* camera, ci_u32 shipAddr, ci_u32 addrSize, ci_u32 addr, ci_u32 dataSize,
+                                    ci_u32 count, const ci_u32* vals);
 ci_error_code USB_Bulk_ReadSensorRegisters(ci_camera_t* camera, ci_u32 addrSpace, ci_u32 startAddr, ci_u32 numRegs,
                                            ci_u32* vals);
 ci_error_code USB_Bulk_WriteSensorRegisters(ci_camera_t* camera, ci_u32 addrSpace, ci_u32 startAddr, ci_u32 numRegs,
@@ -188,3 +222,107 @@ ci_error_code _USB_Bulk_GetVendorData(ci_camera_t* camera);
 ci_error_code _resetFifo(ci_camera_t* camera);
 // The table every USB camera points int_dev_functions at a copy of.
 extern const USB_INT_DEV_functions kUsbIntDevFunctions;
+
+// ------------------------------------------------------------ frames
+// Largest single bulk request the board takes.
+ci_u32 get_max_transfer_size(ci_camera_t* camera);
+ci_error_code USB_Bulk_InitTransport(ci_camera_t* camera, ci_u32 nBitsPerClock, ci_u32 nClocksPerPixel,
+                                     ci_s32 nPolarity, ci_s32 nPixelOffset, ci_s32 noFWCalls);
+ci_error_code USB_Bulk_UpdateFrameSize(ci_camera_t* camera, ci_u32 nWidth, ci_u32 nHeight, ci_s32 nBitsPerClock,
+                                       ci_s32 nClocksPerPixel);
+ci_error_code USB_Bulk_UpdateRawBufferSize(ci_camera_t* camera);
+ci_error_code USB_Bulk_UpdateBufferSize(ci_camera_t* camera, ci_u32 rawBufSize);
+ci_error_code USB_Bulk_GrabFrame(ci_camera_t* camera, ci_u8* pInBuffer, ci_u32 bufferSizeCheck);
+ci_error_code USB_Bulk_GetFrameData(ci_camera_t* camera, ci_frame_data_t* frameData);
+// Decodes the marker packet at buffer + offset into the context and the
+// frame data; false (values zeroed) when the pattern is not there.
+bool _USB_Bulk_EOFMarker(ci_camera_t* camera, const ci_u8* buffer, ci_u32 offset);
+// Clears the pattern and the byte count of the marker packet at `at`.
+void _USB_Bulk_ClearMarker(const USB_Bulk_Context* usb, ci_u8* at);
+// Expands 10- or 12-bit packed pixels in place to 16 bits.
+ci_error_code _USB_Bulk_UnpackData(ci_camera_t* camera, ci_u8* buffer);
+// Rebuilds the half-width rows an HDMI board sends into full rows.
+void _USB_Bulk_HdmiCrop(ci_camera_t* camera, ci_u8* buffer);
+// ------------------------------------------------------------ board chips
+// Named registers of the camera's chip `chip` (an index into camera->chip).
+ci_u32 _merge(ci_u32 value, ci_u32 mask, ci_u32 field);
+ci_reg_data_t* _someRegister(ci_camera_t* camera, ci_u32 chip, const char* name);
+ci_u32 _someBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield);
+ci_error_code _readSomeRegister(ci_camera_t* camera, ci_u32 chip, const char* name, ci_u32* value);
+ci_error_code _writeSomeRegister(ci_camera_t* camera, ci_u32 chip, const char* name, ci_u32 value);
+ci_error_code _readSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield, ci_u32 value);
+ci_reg_data_t* _kiteRegister(ci_camera_t* camera, const char* name);
+ci_u32 _kiteBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
+ci_error_code _readKiteRegister(ci_camera_t* camera, const char* name, ci_u32* value);
+ci_error_code _readKiteBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeKiteRegister(ci_camera_t* camera, const char* name, ci_u32 value);
+ci_error_code _writeKiteBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32 value);
+ci_reg_data_t* _rxRegister(ci_camera_t* camera, const char* name);
+ci_u32 _rxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
+ci_error_code _readRxRegister(ci_camera_t* camera, const char* name, ci_u32* value);
+ci_error_code _readRxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeRxRegister(ci_camera_t* camera, const char* name, ci_u32 value);
+ci_error_code _writeRxBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32 value);
+ci_reg_data_t* _stereoRegister(ci_camera_t* camera, const char* name);
+ci_u32 _stereoBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
+ci_error_code _readStereoRegister(ci_camera_t* camera, const char* name, ci_u32* value);
+ci_error_code _readStereoBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeStereoRegister(ci_camera_t* camera, const char* name, ci_u32 value);
+ci_reg_data_t* _hdmiRegister(ci_camera_t* camera, const char* name);
+ci_u32 _hdmiBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
+ci_error_code _readHdmiRegister(ci_camera_t* camera, const char* name, ci_u32* value);
+ci_error_code _readHdmiBitfield(ci_camera_t* camera, const char* reg, const char* bitfield, ci_u32* value);
+ci_error_code _writeHdmiRegister(ci_camera_t* camera, const char* name, ci_u32 value);
+
+// ------------------------------------------------------------ board control
+// Board memory and the frames the board keeps in it.
+void _initBoardPreSensInit(ci_camera_t* camera);
+ci_error_code USB_Bulk_SetHardwareBuffering(ci_camera_t* camera, ci_u32 requested);
+// Frame bytes as the board stores them, and the frames that fit.
+ci_u32 _usb_board_frame_bytes(ci_camera_t* camera);
+ci_u32 _usb_buffer_count(ci_u32 frameBytes, ci_u32 memoryMB, ci_u32 requested);
+// Sensor pins (0xFFFFFFFF releases a pin), power and reset.
+ci_error_code _setSensorPin(ci_camera_t* camera, ci_u32 pin, ci_u32 value);
+ci_error_code _getSensorPin(ci_camera_t* camera, ci_u32 pin, ci_u32* value);
+ci_error_code _setSensorPower(ci_camera_t* camera, ci_u32 on);
+ci_error_code _getSensorPower(ci_camera_t* camera, ci_u32* on);
+ci_error_code _setSensorReset(ci_camera_t* camera, ci_u32 value);
+ci_error_code _getSensorReset(ci_camera_t* camera, ci_u32* value);
+
+// Receiver and base boards: found once by chip name in the board data.
+void _USB_Bulk_GetRxBoardType(ci_camera_t* camera);
+// The stereo board: found once by chip name.
+void _USB_Bulk_GetStereoBoard(ci_camera_t* camera);
+bool _usb_frame_buffer_board(ci_u32 rxBoard);
+// The per-product set-up at each start with a sensor.
+void _initBoardPostSensInit(ci_camera_t* camera);
+
+// Memory capture on frame-buffer boards.
+ci_error_code _memCaptureGrabFrame(ci_camera_t* camera);
+ci_error_code _setMemCapture(ci_camera_t* camera, ci_u32 frames);
+ci_error_code _setMemCaptureCycle(ci_camera_t* camera, ci_u32 cycle);
+// Trigger generator and output port of the camera-link board.
+ci_error_code _usb_set_trigger(ci_camera_t* camera, ci_modes mode, ci_u32 value);
+ci_error_code _usb_get_trigger(ci_camera_t* camera, ci_modes mode, ci_u32* value);
+ci_error_code _usb_set_output_port(ci_camera_t* camera, ci_u32 port);
+
+// Frame counter, frame time and clock polarity.
+ci_error_code _usb_hw_frame_count(ci_camera_t* camera, ci_u32* value);
+ci_error_code _usb_hw_frame_time(ci_camera_t* camera, ci_u32* value);
+ci_error_code _usb_update_clock_polarity(ci_camera_t* camera);
+
+// Pixel width, depth and packing on the board; who unswizzles.
+ci_error_code _updatePixel(ci_camera_t* camera);
+ci_error_code _SetPixelPack(ci_camera_t* camera, ci_u32 value);
+ci_error_code USB_Bulk_SetHardwareUnswizzle(ci_camera_t* camera);
+
+// Marker layouts on the wire.
+constexpr ci_u32 kMarkerFrameCountAt = 14;
+constexpr ci_u32 kMarkerFrameTimeAt = 16;
+constexpr ci_u32 kMarkerFrameSizeAt = 20;
+constexpr ci_u32 kMarkerFrameLinesAt = 24;
+constexpr ci_u32 kMarkerLineSizeAt = 28;
+constexpr ci_u32 kMarkerGpioAt = 32;
+constexpr ci_u32 kMarkerFrameStatusAt = 48;
+constexpr ci_u32 kMarkerEolPadAt = 64;

@@ -30,7 +30,13 @@ const char* vendorSuffix(ci_u32 vendorID) {
 ci_error_code startTransport(ci_camera_t* camera) {
     USB_Bulk_Context* usb = _usb_context(camera);
     if (usb == nullptr) return CI_CAMERA_ERROR;
-    return _CILIBUSB_StartTransport(usb) == 0 ? CI_CAMERA_SUCCESS : CI_CAMERA_ERROR;
+    if (_CILIBUSB_StartTransport(usb) != 0) return CI_CAMERA_ERROR;
+    const ci_sensor_t* s = camera->sensor;
+    if (s == nullptr) return CI_CAMERA_SUCCESS;
+    _initBoardPostSensInit(camera);
+    const _common_context_t* ctx = _ctx(camera);
+    return USB_Bulk_UpdateFrameSize(camera, s->width, s->height, (ci_s32)ctx->bitsPerClock,
+                                    (ci_s32)ctx->clocksPerPixel);
 }
 
 ci_error_code stopTransport(ci_camera_t* camera) {
@@ -58,6 +64,39 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
             return _SetMode(camera, mode, value);
         case CI_SHIP_SPEED:
             return USB_Bulk_SetShipSpeed(camera, value);
+        case CI_PIXEL_PACK:
+            return _SetPixelPack(camera, value);
+        case CI_PIXCLK_POLARITY:
+            _ctx(camera)->pixclk_polarity = (ci_s32)value;
+            return _usb_update_clock_polarity(camera);
+        case CI_TRIGGER_HIGH_WIDTH:
+        case CI_TRIGGER_LOW_WIDTH:
+        case CI_TRIGGER:
+            return _usb_set_trigger(camera, mode, value);
+        case CI_OUTPUT_PORT:
+            return _usb_set_output_port(camera, value);
+        case CI_MEM_CAPTURE:
+            return _setMemCapture(camera, value);
+        case CI_MEM_CAPTURE_CYCLE:
+            return _setMemCaptureCycle(camera, value);
+        case CI_MEM_CAPTURE_PROGRESS:
+        case CI_MEM_CAPTURE_MB:
+            return CI_CAMERA_NOT_SUPPORTED;
+        case CI_LSB_ALIGNED:
+            _ctx(camera)->lsbAligned = value;
+            return USB_Bulk_UpdateFrameSize(camera, 0, 0, 0, 0) == CI_CAMERA_SUCCESS ? _updatePixel(camera)
+                                                                                     : CI_CAMERA_ERROR;
+        case CI_SENSOR_POWER:
+            return _setSensorPower(camera, value);
+        case CI_SENSOR_RESET:
+            return _setSensorReset(camera, value);
+        case CI_GRABFRAME_TIMEOUT:
+            _usb_context(camera)->grabframeTimeout = value;
+            return CI_CAMERA_SUCCESS;
+        case CI_BITS_PER_CLOCK:
+            return USB_Bulk_UpdateFrameSize(camera, 0, 0, (ci_s32)value, 0);
+        case CI_CLOCKS_PER_PIXEL:
+            return USB_Bulk_UpdateFrameSize(camera, 0, 0, 0, (ci_s32)value);
         default:
             return _SetMode(camera, mode, value);
     }
@@ -65,6 +104,41 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
 
 ci_error_code getMode(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
     if (mode == CI_SHIP_SPEED) return USB_Bulk_GetShipSpeed(camera, value);
+    if (value != nullptr && mode == CI_SENSOR_POWER) return _getSensorPower(camera, value);
+    if (value != nullptr && mode == CI_SENSOR_RESET) return _getSensorReset(camera, value);
+    if (value != nullptr && (mode == CI_TRIGGER_HIGH_WIDTH || mode == CI_TRIGGER_LOW_WIDTH)) {
+        return _usb_get_trigger(camera, mode, value);
+    }
+    if (value != nullptr && mode == CI_HW_FRAME_COUNT) return _usb_hw_frame_count(camera, value);
+    if (value != nullptr && mode == CI_HW_FRAME_TIME) return _usb_hw_frame_time(camera, value);
+    if (value != nullptr && mode == CI_OUTPUT_PORT) {
+        *value = _ctx(camera)->rxOutputPort;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_MEM_CAPTURE) {
+        *value = _usb_context(camera)->memCaptureNumFrames;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_MEM_CAPTURE_CYCLE) {
+        *value = _usb_context(camera)->memCaptureCycle;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_HDMI_MODE) {
+        *value = _usb_context(camera)->hdmiMode;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_MEM_CAPTURE_MB && _usb_frame_buffer_board(_usb_context(camera)->rxBoard)) {
+        *value = _usb_context(camera)->memCaptureMB;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_HW_FRAME_COUNT_MASK) {
+        *value = 65535;
+        return CI_CAMERA_SUCCESS;
+    }
+    if (value != nullptr && mode == CI_GRABFRAME_TIMEOUT) {
+        *value = _usb_context(camera)->grabframeTimeout;
+        return CI_CAMERA_SUCCESS;
+    }
     return _GetMode(camera, mode, value);
 }
 
@@ -105,8 +179,13 @@ const _transport_ops_t kUsbOps = [] {
     ops.productName = "USB camera board";
     ops.startTransport = startTransport;
     ops.stopTransport = stopTransport;
-    ops.getFrameData = _transport_get_frame_data;
-    ops.updateFrameSize = _transport_update_frame_size;
+    ops.grabFrame = USB_Bulk_GrabFrame;
+    ops.getFrameData = USB_Bulk_GetFrameData;
+    ops.updateFrameSize = USB_Bulk_UpdateFrameSize;
+    ops.updateBufferSize = USB_Bulk_UpdateBufferSize;
+    ops.initTransport = USB_Bulk_InitTransport;
+    ops.setHardwareBuffering = USB_Bulk_SetHardwareBuffering;
+    ops.setHardwareUnswizzle = USB_Bulk_SetHardwareUnswizzle;
     ops.setMode = setMode;
     ops.getMode = getMode;
     ops.readSensorRegistersNolock = USB_Bulk_ReadSensorRegisters;
@@ -184,10 +263,18 @@ ci_error_code initCamera(ci_camera_t* camera, USB_Bulk_Context* usb, void* handl
                            __LINE__);
     }
     stampCamera(camera, usb);
-    if (!wantsSensor) return CI_CAMERA_SUCCESS;
-    // Identification reads registers through the locking routines.
+    usb->maxTransferSize = get_max_transfer_size(camera);
+    // Identification and the board's chips are reached through the locking routines.
     osal_init_critical_section(&ctx->criticalSection, "");
-    return _getSensor(camera, sensorName);
+    // The board's own chips; the first one of its board file is the main FPGA.
+    _parseBoardConfigFile(camera, sensorName != nullptr ? sensorName : "");
+    usb->kiteChip = 0;
+    if (!wantsSensor) return CI_CAMERA_SUCCESS;
+    _initBoardPreSensInit(camera);
+    const ci_error_code found = _getSensor(camera, sensorName);
+    usb->maxTransferSize = get_max_transfer_size(camera);
+    ctx->do_sw_unswizzle = (ci_s32)_swizzleDefault(camera);
+    return found;
 }
 
 // Opens the board found at `index` as a camera; null when it fails.

@@ -23,6 +23,7 @@ struct Node;
 struct PendingUrb {
     UMockdevIoctlData* urb;
     UMockdevIoctlData* buffer;
+    int actual = 0;  // what a hung URB holds when it is cancelled
 };
 
 // One published device.
@@ -95,11 +96,26 @@ void submit(Node* node, UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
         return;
     }
     auto* urb = reinterpret_cast<usbdevfs_urb*>(urbData->data);
-    UMockdevIoctlData* buffer =
-        urb->buffer_length > 0 ? resolveAt(urbData, offsetof(usbdevfs_urb, buffer), (gsize)urb->buffer_length) : nullptr;
+    UMockdevIoctlData* buffer = urb->buffer_length > 0
+                                    ? resolveAt(urbData, offsetof(usbdevfs_urb, buffer), (gsize)urb->buffer_length)
+                                    : nullptr;
     PendingUrb p{urbData, buffer};
-    if (urb->type != USBDEVFS_URB_TYPE_CONTROL || buffer == nullptr || urb->buffer_length < 8) {
-        completeUrb(node, p, -EPIPE, 0);  // no bulk data on this board
+    if (urb->type == USBDEVFS_URB_TYPE_BULK && urb->endpoint == 0x82 && buffer != nullptr) {
+        ci_u32 actual = 0;
+        switch (node->board->bulkIn(buffer->data, (ci_u32)urb->buffer_length, &actual)) {
+            case UsbBoard::Outcome::Done:
+                completeUrb(node, p, 0, (int)actual);
+                break;
+            case UsbBoard::Outcome::Stall:
+                completeUrb(node, p, -EPIPE, 0);
+                break;
+            case UsbBoard::Outcome::Hang:
+                p.actual = (int)actual;
+                node->hung.push_back(p);
+                break;
+        }
+    } else if (urb->type != USBDEVFS_URB_TYPE_CONTROL || buffer == nullptr || urb->buffer_length < 8) {
+        completeUrb(node, p, -EPIPE, 0);
     } else {
         ci_u16 actual = 0;
         switch (node->board->control(buffer->data, buffer->data + 8, &actual)) {
@@ -140,7 +156,7 @@ void discard(Node* node, UMockdevIoctlClient* client) {
     }
     PendingUrb p = node->hung.front();
     node->hung.pop_front();
-    completeUrb(node, p, -ENOENT, 0);
+    completeUrb(node, p, -ENOENT, p.actual);
     umockdev_ioctl_client_complete(client, 0, 0);
 }
 
@@ -155,7 +171,9 @@ gboolean onIoctl(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
     }
     if (request == USBDEVFS_GET_CAPABILITIES) {
         UMockdevIoctlData* caps = resolve(arg, sizeof(ci_u32));
-        if (caps != nullptr) memset(caps->data, 0, sizeof(ci_u32));
+        // One URB per bulk transfer, whatever its length.
+        const ci_u32 noPacketSizeLimit = USBDEVFS_CAP_NO_PACKET_SIZE_LIM;
+        if (caps != nullptr) memcpy(caps->data, &noPacketSizeLimit, sizeof(ci_u32));
         umockdev_ioctl_client_complete(client, 0, 0);
         if (caps != nullptr) umockdev_ioctl_data_unref(caps);
     } else if (request == USBDEVFS_CLAIMINTERFACE && node->board->claimRefused()) {

@@ -9,6 +9,7 @@
 // controller memories are modelled, and faults can be injected.  Every
 // control request is recorded.
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,9 +23,9 @@ std::vector<ci_u8> usb_default_marker();
 struct UsbBoardConfig {
     ci_u16 vendorId = 0xC0DE;
     ci_u16 productId = 0x1007;
-    ci_u16 bcdDevice = 50;         // the firmware version of the older boards
-    ci_u16 fwVersion = 50;         // what the newest board (0x100E) reports on request
-    ci_u8 usbGeneration = 2;       // 2 or 3 (also the device's speed)
+    ci_u16 bcdDevice = 50;    // the firmware version of the older boards
+    ci_u16 fwVersion = 50;    // what the newest board (0x100E) reports on request
+    ci_u8 usbGeneration = 2;  // 2 or 3 (also the device's speed)
     ci_u16 maxPacketSize = 512;
     ci_u16 markerPacketSize = 512;
     std::vector<ci_u8> marker = usb_default_marker();
@@ -44,6 +45,25 @@ constexpr ci_u8 kBusOk = 0;
 constexpr ci_u8 kBusBitError = 6;
 constexpr ci_u8 kBusNack = 7;
 constexpr ci_u8 kBusTimeout = 10;
+
+// What the board streams on its bulk endpoint 0x82.
+enum class FramePattern {
+    Counter,  // byte i of frame n is (i + n) & 0xFF
+    Bayer,    // 16-bit little-endian samples of a 2x2 colour tile, lines of `width` pixels
+    Fixed,    // the bytes given with setFrameContent
+};
+
+// One-frame faults of the frame source.
+enum class FrameFault {
+    None,
+    Late,                // `bytes` of filler come before the frame (whole packets)
+    MissingMarker,       // the frame has no marker packet
+    Short,               // only `bytes` of the frame are sent, then the marker
+    ShortWithoutMarker,  // only `bytes` (not whole packets), and no marker
+    Extra,               // `bytes` of filler follow the frame, before the marker
+    Stall,               // the read stalls (the endpoint halts)
+    TimeoutMidFrame      // half the frame comes, then nothing until the host gives up
+};
 
 class UsbBoard {
 public:
@@ -82,9 +102,25 @@ public:
     ci_u8 bitRate() const;
     int fifoResets() const;
 
+    // Frame source.  A frame of `bytes` bytes is padded to whole packets and
+    // followed by its marker packet (the layout the product uses); a rate of
+    // 0 sends frames as fast as they are read.
+    void setFrameSize(ci_u32 bytes);
+    void setPattern(FramePattern pattern, ci_u32 width = 0);
+    void setFrameContent(const std::vector<ci_u8>& bytes);
+    void setFrameRate(double framesPerSecond);
+    void faultNextFrame(FrameFault fault, ci_u32 bytes = 0);
+    // The bytes of frame n as the pattern makes them (frame numbers start at 1).
+    std::vector<ci_u8> frameBytes(ci_u32 frameNumber) const;
+    ci_u32 framesStarted() const;
+    ci_u64 bulkBytesSent() const;
+    std::vector<ci_u32> bulkRequests() const;
+
     // Firmware side (used by the testbed's ioctl handler).
     enum class Outcome { Done, Stall, Hang };
     Outcome control(const ci_u8 setup[8], ci_u8* data, ci_u16* actualLength);
+    // A bulk IN request of `length` bytes; `actual` is what was filled.
+    Outcome bulkIn(ci_u8* data, ci_u32 length, ci_u32* actual);
 
 private:
     struct Widths {
@@ -97,6 +133,18 @@ private:
     ci_u16 serve(ci_u8 request, ci_u16 value, ci_u16 index, ci_u16 length, ci_u8* data, bool* known);
     ci_u16 serveRegisters(ci_u8 request, ci_u16 value, ci_u16 index, ci_u16 length, ci_u8* data, bool* known);
     ci_u16 serveBoard(ci_u8 request, ci_u16 value, ci_u16 index, ci_u16 length, ci_u8* data, bool* known);
+    // A stretch of the bulk stream: stored bytes, generated filler, or the
+    // point where the board stops answering.
+    struct Chunk {
+        std::vector<ci_u8> bytes;
+        ci_u64 filler = 0;
+        bool hang = false;
+        ci_u64 pos = 0;
+        ci_u64 size() const { return hang ? 0 : bytes.empty() ? filler : bytes.size(); }
+    };
+    void queueFrame();
+    std::vector<ci_u8> markerPacket(ci_u32 frameNumber, ci_u32 frameBytes) const;
+    ci_u32 paddedSize(ci_u32 bytes) const;
 
     UsbBoardConfig config_;
     BusSim bus_;
@@ -117,6 +165,19 @@ private:
     std::vector<ci_u8> xdata_ = std::vector<ci_u8>(65536, 0);
     std::vector<ci_u8> intRam_ = std::vector<ci_u8>(256, 0);
     std::vector<ci_u8> sfr_ = std::vector<ci_u8>(256, 0);
+    ci_u32 frameSize_ = 0;
+    FramePattern pattern_ = FramePattern::Counter;
+    ci_u32 patternWidth_ = 0;
+    std::vector<ci_u8> content_;
+    double frameRate_ = 0;
+    FrameFault fault_ = FrameFault::None;
+    ci_u32 faultBytes_ = 0;
+    ci_u32 framesStarted_ = 0;
+    ci_u64 bulkBytes_ = 0;
+    std::vector<ci_u32> bulkRequests_;
+    std::deque<Chunk> stream_;
+    bool stallNextBulk_ = false;
+    double nextFrameDue_ = 0;
 };
 
 class UsbTestbed {

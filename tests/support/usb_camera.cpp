@@ -18,7 +18,6 @@ bool UsbCamera::open() {
         return false;
     }
     camera_ = cameras[0];
-    osal_init_critical_section(&_ctx(camera_)->criticalSection, "");
     if (camera_->startTransport(camera_) != CI_CAMERA_SUCCESS) {
         ADD_FAILURE() << "the board does not start";
         return false;
