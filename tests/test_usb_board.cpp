@@ -10,13 +10,7 @@
 
 namespace {
 
-UsbBoardConfig board(ci_u16 product, ci_u16 fw) {
-    UsbBoardConfig c;
-    c.productId = product;
-    c.bcdDevice = fw;
-    c.fwVersion = fw;
-    return c;
-}
+UsbBoardConfig board(ci_u16 product, ci_u16 fw) { return UsbBoardConfig::product(product, fw); }
 
 class UsbBoardOps : public ::testing::Test {
 protected:

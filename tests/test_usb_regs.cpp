@@ -22,13 +22,7 @@ private:
 
 constexpr ci_u32 kBase = 0x48;
 
-UsbBoardConfig board(ci_u16 product, ci_u16 fw) {
-    UsbBoardConfig c;
-    c.productId = product;
-    c.bcdDevice = fw;
-    c.fwVersion = fw;
-    return c;
-}
+UsbBoardConfig board(ci_u16 product, ci_u16 fw) { return UsbBoardConfig::product(product, fw); }
 
 class UsbRegs : public ::testing::Test {
 protected:

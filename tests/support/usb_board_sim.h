@@ -29,6 +29,16 @@ struct UsbBoardConfig {
     ci_u16 maxPacketSize = 512;
     ci_u16 markerPacketSize = 512;
     std::vector<ci_u8> marker = usb_default_marker();
+
+    // A board of the given product whose firmware version is fw (both as
+    // bcdDevice and as the version it reports on request).
+    static UsbBoardConfig product(ci_u16 productId, ci_u16 fw) {
+        UsbBoardConfig c;
+        c.productId = productId;
+        c.bcdDevice = fw;
+        c.fwVersion = fw;
+        return c;
+    }
 };
 
 struct UsbControlRequest {
