@@ -6,5 +6,5 @@ cd "$(dirname "$0")/.."
 scripts/deps.sh
 cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release -DCAMKIT_BUILD_TESTS=OFF -DCAMKIT_BUILD_BENCH=OFF \
   -DCAMKIT_BUILD_TOOLS=ON >/dev/null
-cmake --build build/release --target camkit_cli
+cmake --build build/release --target camkit_demo
 exec build/release/tools/camkit "$@"
