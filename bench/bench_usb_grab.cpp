@@ -56,17 +56,22 @@ struct Bench {
     }
 };
 
-void BM_UsbGrabFrame(benchmark::State& state) {
+// The simulated board's camera, or nullptr after telling the benchmark why
+// it is skipped.
+ci_camera_t* openOrSkip(benchmark::State& state, Bench& bench) {
     if (!UsbTestbed::available()) {
         state.SkipWithError("run under umockdev-wrapper");
-        return;
+        return nullptr;
     }
-    Bench bench;
     ci_camera_t* camera = bench.open();
-    if (camera == nullptr) {
-        state.SkipWithError("the simulated board did not open");
-        return;
-    }
+    if (camera == nullptr) state.SkipWithError("the simulated board did not open");
+    return camera;
+}
+
+void BM_UsbGrabFrame(benchmark::State& state) {
+    Bench bench;
+    ci_camera_t* camera = openOrSkip(state, bench);
+    if (camera == nullptr) return;
     USB_Bulk_Context* usb = _usb_context(camera);
     std::vector<ci_u8> buffer(camera->sensor->bufferSize);
     auto library = [&] { benchmark::DoNotOptimize(ci_grabFrame(camera, buffer.data(), (ci_u32)buffer.size())); };
@@ -100,16 +105,9 @@ void BM_UsbGrabFrame(benchmark::State& state) {
 // Software unswizzle (8-bit double-clocked 10-bit Bayer) and 10-bit
 // unpacking of one frame, against memcpy of the frame.
 void BM_UsbFramePostProcessing(benchmark::State& state) {
-    if (!UsbTestbed::available()) {
-        state.SkipWithError("run under umockdev-wrapper");
-        return;
-    }
     Bench bench;
-    ci_camera_t* camera = bench.open();
-    if (camera == nullptr) {
-        state.SkipWithError("the simulated board did not open");
-        return;
-    }
+    ci_camera_t* camera = openOrSkip(state, bench);
+    if (camera == nullptr) return;
     USB_Bulk_Context* usb = _usb_context(camera);
     _common_context_t* ctx = _ctx(camera);
     const bool unpack = state.range(0) == 1;
