@@ -6,6 +6,7 @@
 #include <string>
 
 #include "bus_sim.h"
+#include "scratch_dir.h"
 #include "sensor_builder.h"
 
 namespace {

@@ -9,6 +9,7 @@
 
 #ifdef CAMKIT_HAVE_FFMPEG
 #include "avi_writer.h"
+#include "scratch_dir.h"
 
 namespace {
 

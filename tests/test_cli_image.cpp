@@ -11,6 +11,7 @@
 #include "camkit.h"
 #include "cli_runner.h"
 #include "image_camera.h"
+#include "scratch_dir.h"
 #include "test_paths.h"
 
 namespace {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli_runner.h"
+#include "scratch_dir.h"
 #include "test_paths.h"
 
 namespace {

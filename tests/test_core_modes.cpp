@@ -5,6 +5,7 @@
 
 #include "core/camkit_core.h"
 #include "fake_transport.h"
+#include "log_capture.h"
 #include "scratch_dir.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "image_camera.h"
+#include "scratch_dir.h"
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "image_camera.h"
+#include "log_capture.h"
 #include "test_paths.h"
 
 namespace {

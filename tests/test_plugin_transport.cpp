@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "log_capture.h"
 #include "plugins/test_plugin.h"
 #include "sensor_builder.h"
 #include "transport/dll_transport.h"

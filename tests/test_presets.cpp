@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fstream>
 
+#include "log_capture.h"
 #include "presets/presets_internal.h"
 #include "transport/transport_common.h"
 #include "recording_transport.h"

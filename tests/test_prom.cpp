@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "bus_sim.h"
+#include "log_capture.h"
 #include "prom_image.h"
 #include "sensor_builder.h"
 

@@ -11,6 +11,7 @@
 #include "bus_sim.h"
 #include "cli_runner.h"
 #include "core/camkit_private.h"
+#include "log_capture.h"
 #include "scratch_dir.h"
 #include "sdat_camera.h"
 #include "sensor_builder.h"

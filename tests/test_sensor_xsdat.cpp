@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/camkit_private.h"
+#include "log_capture.h"
 #include "scratch_dir.h"
 #include "sdat_camera.h"
 #include "sensor_builder.h"

@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "cli_runner.h"
+#include "scratch_dir.h"
 #include "sensor_builder.h"
 
 namespace {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "recording_transport.h"
+#include "scratch_dir.h"
 #include "sensor_builder.h"
 
 namespace {

@@ -7,6 +7,7 @@
 
 #include <vector>
 
+#include "log_capture.h"
 #include "sensor_builder.h"
 
 #ifdef CAMKIT_HAVE_FFMPEG

@@ -12,6 +12,24 @@ void setIf(Fn& slot, Fn hook) {
     if (hook != nullptr) slot = hook;
 }
 
+// Every device hook of the table, with its slot in the common context.
+template <typename Visit>
+void forEachHook(_common_context_t* ctx, const _transport_ops_t* ops, Visit visit) {
+    visit(ctx->readSensorRegistersNolock, ops->readSensorRegistersNolock);
+    visit(ctx->writeSensorRegistersNolock, ops->writeSensorRegistersNolock);
+    visit(ctx->readRegisterNolock, ops->readRegisterNolock);
+    visit(ctx->writeRegisterNolock, ops->writeRegisterNolock);
+    visit(ctx->readRegistersNolock, ops->readRegistersNolock);
+    visit(ctx->writeRegistersNolock, ops->writeRegistersNolock);
+    visit(ctx->readSystemRegistersNolock, ops->readSystemRegistersNolock);
+    visit(ctx->writeSystemRegistersNolock, ops->writeSystemRegistersNolock);
+    visit(ctx->sendCommandNolock, ops->sendCommandNolock);
+    visit(ctx->setHardwareUnswizzle, ops->setHardwareUnswizzle);
+    visit(ctx->setHardwareBuffering, ops->setHardwareBuffering);
+    visit(ctx->getDeviceName, ops->getDeviceName);
+    visit(ctx->transportIniCommand, ops->transportIniCommand);
+}
+
 void releaseTransportContext(const _transport_ops_t* ops, ci_camera_t* camera, void* transportContext) {
     if (transportContext == nullptr) return;
     if (ops != nullptr && ops->freeTransportContext != nullptr) {
@@ -50,19 +68,16 @@ void _transport_apply_ops(ci_camera_t* camera, const _transport_ops_t* ops) {
     camera->setMode = ops->setMode != nullptr ? ops->setMode : coreSetMode;
     camera->getMode = ops->getMode != nullptr ? ops->getMode : coreGetMode;
     camera->initTransport = ops->initTransport;
-    setIf(ctx->readSensorRegistersNolock, ops->readSensorRegistersNolock);
-    setIf(ctx->writeSensorRegistersNolock, ops->writeSensorRegistersNolock);
-    setIf(ctx->readRegisterNolock, ops->readRegisterNolock);
-    setIf(ctx->writeRegisterNolock, ops->writeRegisterNolock);
-    setIf(ctx->readRegistersNolock, ops->readRegistersNolock);
-    setIf(ctx->writeRegistersNolock, ops->writeRegistersNolock);
-    setIf(ctx->readSystemRegistersNolock, ops->readSystemRegistersNolock);
-    setIf(ctx->writeSystemRegistersNolock, ops->writeSystemRegistersNolock);
-    setIf(ctx->sendCommandNolock, ops->sendCommandNolock);
-    setIf(ctx->setHardwareUnswizzle, ops->setHardwareUnswizzle);
-    setIf(ctx->setHardwareBuffering, ops->setHardwareBuffering);
-    setIf(ctx->getDeviceName, ops->getDeviceName);
-    setIf(ctx->transportIniCommand, ops->transportIniCommand);
+    forEachHook(ctx, ops, [](auto& slot, auto hook) { setIf(slot, hook); });
+}
+
+void _transport_clear_ops(ci_camera_t* camera, const _transport_ops_t* ops) {
+    _common_context_t* ctx = _ctx(camera);
+    if (camera == nullptr || ctx == nullptr || ops == nullptr) return;
+    forEachHook(ctx, ops, [](auto& slot, auto hook) {
+        if (hook != nullptr && slot == hook) slot = nullptr;
+    });
+    ctx->transport_context = nullptr;
 }
 
 ci_camera_t* _transport_new_camera(const _transport_ops_t* ops, void* transportContext) {

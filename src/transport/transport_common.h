@@ -57,6 +57,11 @@ ci_camera_t* _transport_new_camera(const _transport_ops_t* ops, void* transportC
 // double or transport that rebuilt its context).
 void _transport_apply_ops(ci_camera_t* camera, const _transport_ops_t* ops);
 
+// Takes back what _transport_apply_ops installed: the device hooks still
+// pointing at the table's functions, and the transport context (not freed).
+// The camera is left without a device.
+void _transport_clear_ops(ci_camera_t* camera, const _transport_ops_t* ops);
+
 // The transport's private state of a camera built by _transport_new_camera.
 void* _transport_context(const ci_camera_t* camera);
 

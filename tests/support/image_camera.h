@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "camkit.h"
+#include "log_capture.h"
 #include "scratch_dir.h"
 
 class ImageCamera {

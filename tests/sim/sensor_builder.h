@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "scratch_dir.h"
 #include "sdat_camera.h"
 
 class SensorBuilder {
@@ -139,18 +138,4 @@ public:
 
 private:
     ci_camera_t* camera_;
-};
-
-// Captures what the library writes to the error log for the object's lifetime.
-class LogCapture {
-public:
-    explicit LogCapture(ci_s32 mask = CI_LOG_ALL) { ci_OpenErrorLog(mask, dir_.file("log.txt").c_str()); }
-    ~LogCapture() { ci_CloseErrorLog(); }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-
-    std::string text() const;
-
-private:
-    ScratchDir dir_;
 };

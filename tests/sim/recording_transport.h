@@ -1,7 +1,7 @@
 #pragma once
 // Fake transports for the register tests.
 //
-// HookedTransport fills a camera's six unlocked register hooks and routes
+// HookedTransport is a SimDevice whose six unlocked register hooks route
 // every call to hook(); RecordingTransport and the MCU simulator build on it.
 //
 // RecordingTransport records every bus call (failed ones included) and keeps
@@ -15,22 +15,18 @@
 #include <tuple>
 #include <vector>
 
-#include "core/camkit_private.h"
+#include "sim_device.h"
 
-class HookedTransport {
+class HookedTransport : public SimDevice {
 public:
     enum Call { SensorRead, SensorWrite, RegRead, RegWrite, RegsRead, RegsWrite };
     static bool isSensorRun(Call c) { return c == SensorRead || c == SensorWrite; }
     static bool isWrite(Call c) { return c == SensorWrite || c == RegWrite || c == RegsWrite; }
 
-    virtual ~HookedTransport() = default;
     // base: the bus address; space: the address-space value of a sensor run.
     virtual ci_error_code hook(Call call, ci_u32 base, ci_u32 space, ci_u32 start, ci_u32 n, ci_u32* vals) = 0;
 
-protected:
-    void install(ci_camera_t* camera);
-    void uninstall();  // when still installed
-    ci_camera_t* camera_ = nullptr;
+    const _transport_ops_t& transportOps() const override;
 };
 
 struct BusOp {
@@ -46,10 +42,7 @@ struct BusOp {
 
 class RecordingTransport : public HookedTransport {
 public:
-    explicit RecordingTransport(ci_camera_t* camera);
-    ~RecordingTransport() override { uninstall(); }
-    RecordingTransport(const RecordingTransport&) = delete;
-    RecordingTransport& operator=(const RecordingTransport&) = delete;
+    explicit RecordingTransport(ci_camera_t* camera) { attach(camera); }
 
     void set(ci_u32 addr, ci_u32 value, ci_u32 space = 0) { regs_[Key{ship(), space, addr}] = value; }
     ci_u32 get(ci_u32 addr, ci_u32 space = 0) const;

@@ -43,12 +43,6 @@ SensorBuilder McuSim::sensor(int style) {
     return b;
 }
 
-void McuSim::attach(ci_camera_t* camera) {
-    install(camera);
-    camera->getMode = _GetMode;
-    camera->setMode = _SetMode;
-}
-
 ci_u32 McuSim::load(const Memory& m, ci_u32 bank, ci_u32 offset, int width) {
     ci_u32 v = 0;
     for (int k = 0; k < width; ++k) {

@@ -8,7 +8,7 @@ namespace {
 using Call = HookedTransport::Call;
 
 ci_error_code route(ci_camera_t* c, Call call, ci_u32 base, ci_u32 space, ci_u32 start, ci_u32 n, ci_u32* vals) {
-    return static_cast<HookedTransport*>(_ctx(c)->transport_context)->hook(call, base, space, start, n, vals);
+    return SimDevice::of<HookedTransport>(c)->hook(call, base, space, start, n, vals);
 }
 ci_u32 sensorBase(ci_camera_t* c) {
     return c->sensor ? c->sensor->shipAddr : 0;
@@ -39,34 +39,22 @@ bool heldByCaller(osal_mutex* mutex) {
     return owner == (int)syscall(SYS_gettid);
 }
 
-// Fills the hooks for owner, or clears them when owner is null.
-void wire(_common_context_t* ctx, HookedTransport* owner) {
-    const bool on = owner != nullptr;
-    ctx->transport_context = owner;
-    ctx->readSensorRegistersNolock = on ? readSensor : nullptr;
-    ctx->writeSensorRegistersNolock = on ? writeSensor : nullptr;
-    ctx->readRegisterNolock = on ? readReg : nullptr;
-    ctx->writeRegisterNolock = on ? writeReg : nullptr;
-    ctx->readRegistersNolock = on ? readRegs : nullptr;
-    ctx->writeRegistersNolock = on ? writeRegs : nullptr;
-}
+const _transport_ops_t kHookedOps = [] {
+    _transport_ops_t ops{};
+    ops.transportName = "SIM";
+    ops.productName = "Hooked test transport";
+    ops.readSensorRegistersNolock = readSensor;
+    ops.writeSensorRegistersNolock = writeSensor;
+    ops.readRegisterNolock = readReg;
+    ops.writeRegisterNolock = writeReg;
+    ops.readRegistersNolock = readRegs;
+    ops.writeRegistersNolock = writeRegs;
+    return ops;
+}();
 
 }  // namespace
 
-void HookedTransport::install(ci_camera_t* camera) {
-    camera_ = camera;
-    wire(_ctx(camera), this);
-}
-
-void HookedTransport::uninstall() {
-    _common_context_t* ctx = _ctx(camera_);
-    if (ctx && ctx->transport_context == this) wire(ctx, nullptr);
-}
-
-RecordingTransport::RecordingTransport(ci_camera_t* camera) {
-    install(camera);
-    _useGenericRegisterAccess(camera);
-}
+const _transport_ops_t& HookedTransport::transportOps() const { return kHookedOps; }
 
 ci_u32 RecordingTransport::get(ci_u32 addr, ci_u32 space) const {
     auto found = regs_.find(Key{ship(), space, addr});

@@ -46,8 +46,6 @@ public:
     static SensorBuilder sensor(int style);
 
     explicit McuSim(int style) : style_(style) {}
-    // Becomes the camera's transport, with mode functions.
-    void attach(ci_camera_t* camera);
 
     ci_u32 var(ci_u32 driver, ci_u32 offset, int width) const { return load(vars_, driver, offset, width); }
     void setVar(ci_u32 driver, ci_u32 offset, int width, ci_u32 v) { store(vars_, driver, offset, width, v); }

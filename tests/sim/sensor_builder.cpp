@@ -1,5 +1,7 @@
 #include "sensor_builder.h"
 
+#include "sim_device.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -144,14 +146,9 @@ TestCamera::TestCamera(const SensorBuilder& builder, const std::function<void(ci
 }
 
 TestCamera::~TestCamera() {
+    SimDevice::forgetCamera(camera_);
     SensorBuilder::freeChips(camera_->chip, camera_->num_chips);
     camera_->chip = nullptr;
     camera_->num_chips = 0;
     _transport_free_camera(&plain_camera_ops(), camera_);
-}
-
-std::string LogCapture::text() const {
-    char name[CI_STRING_LEN];
-    ci_GetErrorLogFileName(name);
-    return scratch_read_file(name);
 }

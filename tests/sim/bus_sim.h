@@ -12,15 +12,16 @@
 //   written with a value (under a mask): fuse blocks that load on command.
 // - Every transaction is logged (values cut to the data width) and passed
 //   to an optional observer.
-// - attach() makes the simulator a camera's transport: raw accesses use the
-//   calling thread's CI_REG_ADDR_SIZE / CI_REG_DATA_SIZE, sensor-register
-//   runs use the sensor's base and widths after selecting the address space.
+// - As a SimDevice it becomes a camera's transport (attach(), SimCamera):
+//   raw accesses use the calling thread's CI_REG_ADDR_SIZE /
+//   CI_REG_DATA_SIZE, sensor-register runs use the sensor's base and widths
+//   after selecting the address space.
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "transport/transport_common.h"
+#include "sim_device.h"
 
 struct BusTransaction {
     ci_u32 base;
@@ -55,18 +56,16 @@ private:
     std::vector<Trigger> triggers_;
 };
 
-class BusSim {
+class BusSim : public SimDevice {
 public:
-    BusSim() = default;
-    BusSim(const BusSim&) = delete;
-    BusSim& operator=(const BusSim&) = delete;
 
     // Adds (or replaces) the device at base; the address width is not
     // checked by the simulator.
     BusDevice& addDevice(ci_u32 base, ci_u32 addrBits, ci_u32 dataBits);
     // Adds a device seeded from a sensor data file's reset values, at the
-    // file's first base address unless base is given.  Fails the calling
-    // test (and returns a bare device) when the file does not parse.
+    // file's first base address unless base is given.  Throws
+    // std::runtime_error (failing the calling test) when the file does not
+    // parse.
     BusDevice& addSensorFromFile(const std::string& sensorFile, ci_u32 base = kFileBase);
     BusDevice* device(ci_u32 base);
     void removeDevice(ci_u32 base) { devices_.erase(base); }
@@ -83,8 +82,7 @@ public:
     // Called after every transaction.
     std::function<void(const BusTransaction&)> observer;
 
-    // Makes the simulator the camera's transport (see the header comment).
-    void attach(ci_camera_t* camera);
+    const _transport_ops_t& transportOps() const override;
 
     static constexpr ci_u32 kFileBase = 0xFFFFFFFFu;
 
@@ -93,21 +91,4 @@ private:
 
     std::map<ci_u32, BusDevice> devices_;
     std::vector<BusTransaction> log_;
-};
-
-// A camera record with a context, driven by a BusSim; freed (with its
-// sensor) on destruction.
-class SimCamera {
-public:
-    explicit SimCamera(BusSim& bus);
-    ~SimCamera();
-    SimCamera(const SimCamera&) = delete;
-    SimCamera& operator=(const SimCamera&) = delete;
-
-    ci_camera_t* get() const { return camera_; }
-    ci_camera_t* operator->() const { return camera_; }
-    _common_context_t* ctx() const { return _ctx(camera_); }
-
-private:
-    ci_camera_t* camera_;
 };

@@ -1,10 +1,9 @@
 // The simulated two-wire bus (see the header).
 #include "bus_sim.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdlib>
+#include <stdexcept>
 
 #include "sdat_camera.h"
 
@@ -19,7 +18,7 @@ ci_u32 rawStep(ci_camera_t* camera) {
     return view->reg_addr_size == 16 && view->reg_data_size == 16 ? 2 : 1;
 }
 
-BusSim* simOf(ci_camera_t* camera) { return static_cast<BusSim*>(_ctx(camera)->transport_context); }
+BusSim* simOf(ci_camera_t* camera) { return SimDevice::of<BusSim>(camera); }
 
 void threadSizes(ci_camera_t* camera, ci_u32* addrBits, ci_u32* dataBits) {
     const _tl_context_t* view = _thread_local_context(camera);
@@ -117,9 +116,9 @@ BusDevice& BusSim::addDevice(ci_u32 base, ci_u32 /*addrBits*/, ci_u32 dataBits) 
 
 BusDevice& BusSim::addSensorFromFile(const std::string& sensorFile, ci_u32 base) {
     ParseCamera scratch;
-    const bool parsed = scratch.parse(sensorFile) == CI_PARSE_SUCCESS;
-    EXPECT_TRUE(parsed) << "cannot seed a device from " << sensorFile;
-    if (!parsed) return addDevice(base == kFileBase ? 0 : base, 8, 8);
+    if (scratch.parse(sensorFile) != CI_PARSE_SUCCESS) {
+        throw std::runtime_error("cannot seed a bus device from " + sensorFile);
+    }
     const ci_sensor_t& sensor = *scratch.sensor();
     BusDevice& dev = addDevice(base == kFileBase ? sensor.shipAddr : base, sensor.reg_addr_size, sensor.reg_data_size);
     const ci_u32 step = ci_GetAddrIncrement(scratch, CI_REG_ADDR);
@@ -166,8 +165,6 @@ int BusSim::transactionsAt(ci_u32 base) const {
 
 namespace {
 
-void keepBus(ci_camera_t*, void*) {}  // the bus belongs to the test, not the camera
-
 const _transport_ops_t kBusOps = [] {
     _transport_ops_t ops{};
     ops.transportName = "SIM";
@@ -178,21 +175,9 @@ const _transport_ops_t kBusOps = [] {
     ops.writeRegistersNolock = simWriteRegisters;
     ops.readSensorRegistersNolock = simReadSensorRegisters;
     ops.writeSensorRegistersNolock = simWriteSensorRegisters;
-    ops.freeTransportContext = keepBus;
     return ops;
 }();
 
 }  // namespace
 
-void BusSim::attach(ci_camera_t* camera) {
-    _ctx(camera)->transport_context = this;
-    _transport_apply_ops(camera, &kBusOps);
-}
-
-SimCamera::SimCamera(BusSim& bus) : camera_(_transport_new_camera(&kBusOps, &bus)) {
-    // A real open initialises the camera's (recursive) lock before any
-    // nested locked call can happen; direct calls in tests need it too.
-    osal_init_critical_section(&ctx()->criticalSection, "");
-}
-
-SimCamera::~SimCamera() { _transport_free_camera(&kBusOps, camera_); }
+const _transport_ops_t& BusSim::transportOps() const { return kBusOps; }
