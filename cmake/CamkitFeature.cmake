@@ -14,6 +14,10 @@ macro(camkit_feature prefix modules with_regex without_regex message_text)
     list(FILTER CAMKIT_SOURCES EXCLUDE REGEX "${without_regex}")
     list(APPEND CAMKIT_FEATURE_LIBS PkgConfig::${prefix})
     list(APPEND CAMKIT_FEATURE_MODULES ${modules})
+    # PREFIX|module,module: the installed package config recreates the
+    # imported target for static consumers.
+    string(REPLACE ";" "," _camkit_feature_modules "${modules}")
+    list(APPEND CAMKIT_FEATURE_EXPORTS "${prefix}|${_camkit_feature_modules}")
   else()
     message(STATUS "${message_text}")
     list(FILTER CAMKIT_SOURCES EXCLUDE REGEX "${with_regex}")
