@@ -96,16 +96,11 @@ TEST_F(UsbBoardModes, TheReceiverTakesEachSettingInItsOwnField) {
         ci_u32 reg, mask, expected;
     };
     const Row rows[] = {
-        {CI_RX_TYPE, CI_RX_MIPI, 0x10, 0x0007, 0x0003},
-        {CI_RX_MODE, 2, 0x10, 0x0030, 0x0020},
-        {CI_RX_CLASS, 2, 0x10, 0x00C0, 0x0080},
-        {CI_RX_EMBEDDED_DATA, 0, 0x10, 0x0100, 0x0000},
-        {CI_RX_MSB_FIRST, 1, 0x10, 0x0200, 0x0200},
-        {CI_RX_INTERLACED, 1, 0x10, 0x0400, 0x0400},
-        {CI_RX_VIRTUAL_CHANNEL, 3, 0x10, 0x3000, 0x3000},
-        {CI_RX_LANES, 2, 0x11, 0xFFFF, 2},
-        {CI_RX_BIT_DEPTH, 12, 0x12, 0xFFFF, 12},
-        {CI_RX_SYNC_CODE, 0xABCD, 0x13, 0xFFFF, 0xABCD},
+        {CI_RX_TYPE, CI_RX_MIPI, 0x10, 0x0007, 0x0003},   {CI_RX_MODE, 2, 0x10, 0x0030, 0x0020},
+        {CI_RX_CLASS, 2, 0x10, 0x00C0, 0x0080},           {CI_RX_EMBEDDED_DATA, 0, 0x10, 0x0100, 0x0000},
+        {CI_RX_MSB_FIRST, 1, 0x10, 0x0200, 0x0200},       {CI_RX_INTERLACED, 1, 0x10, 0x0400, 0x0400},
+        {CI_RX_VIRTUAL_CHANNEL, 3, 0x10, 0x3000, 0x3000}, {CI_RX_LANES, 2, 0x11, 0xFFFF, 2},
+        {CI_RX_BIT_DEPTH, 12, 0x12, 0xFFFF, 12},          {CI_RX_SYNC_CODE, 0xABCD, 0x13, 0xFFFF, 0xABCD},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.mode);
@@ -191,8 +186,8 @@ TEST_F(UsbBoardModes, HdmiModesProgramTheTimingAndTheMemory) {
         ci_u32 lines, pixels;
         ci_u32 memoryCode;
     };
-    for (Row row : {Row{1, 0x6, 1080, 1920, 1}, Row{2, 0x4, 720, 1280, 1}, Row{3, 0x4, 480, 640, 1},
-                    Row{0, 0x0, 480, 640, 0}}) {
+    for (Row row :
+         {Row{1, 0x6, 1080, 1920, 1}, Row{2, 0x4, 720, 1280, 1}, Row{3, 0x4, 480, 640, 1}, Row{0, 0x0, 480, 640, 0}}) {
         SCOPED_TRACE(row.mode);
         ASSERT_EQ(ci_setMode(camera, CI_HDMI_MODE, row.mode), CI_CAMERA_SUCCESS);
         EXPECT_EQ(rx.read(0x02) & 0x6, row.control2);

@@ -49,8 +49,8 @@ ci_error_code _usb_detect_frame_size(ci_camera_t* camera, ci_u32* value) {
     const bool onReceiver = receiverHas(camera, "LineWidth");
     if (!onReceiver && _kiteRegister(camera, "LineWidth") == nullptr) return CI_CAMERA_NOT_SUPPORTED;
     ci_u32 lines = 0, width = 0;
-    ci_error_code rc = onReceiver ? _readRxRegister(camera, "ActiveLines", &lines)
-                                  : _readKiteRegister(camera, "ActiveLines", &lines);
+    ci_error_code rc =
+        onReceiver ? _readRxRegister(camera, "ActiveLines", &lines) : _readKiteRegister(camera, "ActiveLines", &lines);
     if (rc == CI_CAMERA_SUCCESS) {
         rc = onReceiver ? _readRxRegister(camera, "LineWidth", &width) : _readKiteRegister(camera, "LineWidth", &width);
     }

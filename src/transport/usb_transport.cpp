@@ -35,8 +35,8 @@ ci_error_code startTransport(ci_camera_t* camera) {
     if (s == nullptr) return CI_CAMERA_SUCCESS;
     _initBoardPostSensInit(camera);
     const _common_context_t* ctx = _ctx(camera);
-    const ci_error_code rc = USB_Bulk_UpdateFrameSize(camera, s->width, s->height, (ci_s32)ctx->bitsPerClock,
-                                                      (ci_s32)ctx->clocksPerPixel);
+    const ci_error_code rc =
+        USB_Bulk_UpdateFrameSize(camera, s->width, s->height, (ci_s32)ctx->bitsPerClock, (ci_s32)ctx->clocksPerPixel);
     // Like the rest of the board's set-up, a board that does not take its
     // input type does not stop the start.
     if (rc == CI_CAMERA_SUCCESS) {
