@@ -49,7 +49,6 @@ void keepFirst(ci_error_code* first, ci_error_code rc) {
 }  // namespace
 
 bool _usb_is_rx_mode(ci_modes mode) {
-    if (mode == CI_RX_CCIR656) return true;
     for (const RxSetting& s : kRxSettings) {
         if (s.mode == mode) return true;
     }
