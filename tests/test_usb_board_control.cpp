@@ -285,15 +285,17 @@ TEST_F(UsbBoardControl, MemoryCaptureWaitsForTheCapturedFrames) {
     ASSERT_EQ(usb->memCaptureMB, 1024u);
     ASSERT_EQ(ci_updateFrameSize(camera, 4096, 4096, 8, 2), CI_CAMERA_SUCCESS);
     const ci_u32 fits = (ci_u32)((1024ull << 20) / camera->sensor->bufferSize);
+    EXPECT_EQ(ci_setMode(camera, CI_MEM_CAPTURE_CYCLE, 1), CI_CAMERA_ERROR) << "no capture mode yet";
     ASSERT_EQ(ci_setMode(camera, CI_MEM_CAPTURE, 100), CI_CAMERA_SUCCESS);
     ci_u32 v = 0;
     EXPECT_EQ(ci_getMode(camera, CI_MEM_CAPTURE, &v), CI_CAMERA_SUCCESS);
     EXPECT_EQ(v, fits - 1);
-    EXPECT_EQ(ci_setMode(camera, CI_MEM_CAPTURE_CYCLE, 1), CI_CAMERA_ERROR) << "no capture mode yet";
+    EXPECT_EQ(usb->memCaptureMode, 4u) << "a request arms a capture";
+    EXPECT_EQ(rx.read(0x12), fits - 1) << "frames to capture";
+    EXPECT_EQ(rx.read(0x03) & 0xF0, 0x40u) << "memory in capture";
     ASSERT_EQ(ci_updateFrameSize(camera, 64, 32, 0, 0), CI_CAMERA_SUCCESS);
     board->setFrameSize(_ctx(camera)->raw_buf_size);
     std::vector<ci_u8> buffer(camera->sensor->bufferSize);
-    usb->memCaptureMode = 4;
     EXPECT_EQ(ci_setMode(camera, CI_MEM_CAPTURE_CYCLE, 1), CI_CAMERA_SUCCESS);
     ASSERT_EQ(ci_setMode(camera, CI_MEM_CAPTURE, 2), CI_CAMERA_SUCCESS);
     // Three frames read out of the memory: the frame is read.

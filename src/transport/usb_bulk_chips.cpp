@@ -30,6 +30,16 @@ ci_u32 shiftOf(ci_u32 mask) {
 
 }  // namespace
 
+UsbKeepSizes::UsbKeepSizes(ci_camera_t* camera) : camera_(camera) {
+    _GetMode(camera_, CI_REG_ADDR_SIZE, &addrSize_);
+    _GetMode(camera_, CI_REG_DATA_SIZE, &dataSize_);
+}
+
+UsbKeepSizes::~UsbKeepSizes() {
+    _SetMode(camera_, CI_REG_ADDR_SIZE, addrSize_);
+    _SetMode(camera_, CI_REG_DATA_SIZE, dataSize_);
+}
+
 ci_u32 _merge(ci_u32 value, ci_u32 mask, ci_u32 field) {
     if (mask == 0) return value;
     return (value & ~mask) | ((field << shiftOf(mask)) & mask);

@@ -1,5 +1,6 @@
-// What the board measures of the frames: the hardware frame counter and
-// frame time, and the pixel clock's polarity it samples on.
+// What the board measures of the frames: the hardware frame counter, frame
+// time, pixel clock and frame size, and the pixel clock's polarity it
+// samples on.
 #define CK_SOURCE "transport/usb_bulk_counters"
 #include <initializer_list>
 
@@ -17,7 +18,53 @@ bool sensorHas(const ci_camera_t* camera, const char* name) {
     return s != nullptr && s->regs != nullptr && _regId(s->regs, s->num_regs, name) >= 0;
 }
 
+// The receiver's register when it has one, else the main FPGA's; false when
+// neither chip has it.
+bool readMeasured(ci_camera_t* camera, const char* name, ci_u32* value, ci_error_code* rc) {
+    if (receiverHas(camera, name)) {
+        *rc = _readRxRegister(camera, name, value);
+        return true;
+    }
+    if (_kiteRegister(camera, name) != nullptr) {
+        *rc = _readKiteRegister(camera, name, value);
+        return true;
+    }
+    return false;
+}
+
+constexpr ci_u32 kHzPerKHz = 1000;
+
 }  // namespace
+
+ci_error_code _usb_pixclk_freq(ci_camera_t* camera, ci_u32* value) {
+    ci_u32 khz = 0;
+    ci_error_code rc = CI_CAMERA_SUCCESS;
+    if (!readMeasured(camera, "PixelClockKHz", &khz, &rc)) return CI_CAMERA_NOT_SUPPORTED;
+    *value = khz * kHzPerKHz;
+    return rc;
+}
+
+// Lines in the upper half, pixels a line in the lower half.
+ci_error_code _usb_detect_frame_size(ci_camera_t* camera, ci_u32* value) {
+    const bool onReceiver = receiverHas(camera, "LineWidth");
+    if (!onReceiver && _kiteRegister(camera, "LineWidth") == nullptr) return CI_CAMERA_NOT_SUPPORTED;
+    ci_u32 lines = 0, width = 0;
+    ci_error_code rc =
+        onReceiver ? _readRxRegister(camera, "ActiveLines", &lines) : _readKiteRegister(camera, "ActiveLines", &lines);
+    if (rc == CI_CAMERA_SUCCESS) {
+        rc = onReceiver ? _readRxRegister(camera, "LineWidth", &width) : _readKiteRegister(camera, "LineWidth", &width);
+    }
+    *value = (lines << 16) | (width & 0xFFFF);
+    return rc;
+}
+
+// Register traffic cannot disturb a frame the board keeps in its memory
+// until it is read, so boards with frame memory take both at once.
+ci_error_code _usb_simul_reg_framegrab(ci_camera_t* camera, ci_u32* value) {
+    const USB_Bulk_Context* usb = _usb_context(camera);
+    *value = usb->kiteMB != 0 || _usb_frame_buffer_board(usb->rxBoard) ? 1 : 0;
+    return CI_CAMERA_SUCCESS;
+}
 
 // The receiver's counter, else the sensor's own.
 ci_error_code _usb_hw_frame_count(ci_camera_t* camera, ci_u32* value) {

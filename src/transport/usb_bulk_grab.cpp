@@ -131,7 +131,12 @@ ci_error_code shortFrame(Grab& g) {
             if (markerAt(g.camera, g.dest, at, g.length)) break;
         }
     }
-    return shortFrameAccepted(g.camera) ? CI_CAMERA_SUCCESS : CI_NOT_ENOUGH_DATA_ERROR;
+    if (shortFrameAccepted(g.camera)) return CI_CAMERA_SUCCESS;
+    // A live frame through the memory came short: set the memory up afresh.
+    if (!ci_IsJpegImageType(g.camera->sensor->imageType) && usb->memCaptureMode == 1) {
+        _USB_Bulk_RefreshHdmiOpMode(g.camera);
+    }
+    return CI_NOT_ENOUGH_DATA_ERROR;
 }
 
 void logFrame(ci_camera_t* camera, const USB_Bulk_Context* usb, const ci_u8* buffer, ci_error_code rc) {
@@ -210,6 +215,7 @@ ci_error_code grab(ci_camera_t* camera, USB_Bulk_Context* usb, ci_u8* buffer) {
     const bool frameBuffer = _usb_frame_buffer_board(usb->rxBoard);
     if (rc == CI_GRAB_FRAME_ERROR && usb->memCaptureMode == 1 && frameBuffer && usb->rxBoard != 9) {
         usb->memCaptureMode = 0;
+        _USB_Bulk_RefreshHdmiOpMode(camera);
     }
     if (rc == CI_CAMERA_SUCCESS && usb->pixelPack) rc = _USB_Bulk_UnpackData(camera, g.dest);
     _repackLsbAligned8(camera, g.dest);

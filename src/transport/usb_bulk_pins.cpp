@@ -1,10 +1,13 @@
-// The sensor's control lines on the board: general pins, power and reset.
+// The sensor's control lines on the board: general pins, power, reset and
+// shutdown.
 #define CK_SOURCE "transport/usb_bulk_pins"
 #include "transport/usb_private.h"
 
 namespace {
 
 constexpr ci_u32 kReleasePin = 0xFFFFFFFF;
+// The sensor's shutdown line is this general pin on every board.
+constexpr ci_u32 kShutdownPin = 2;
 
 // Where a pin's enable and level bits sit.
 struct PinRegister {
@@ -111,4 +114,16 @@ ci_error_code _getSensorReset(ci_camera_t* camera, ci_u32* value) {
     }
     if (camera->productID == CI_KITE_3) return _readKiteBitfield(camera, "ControlReg6", "HeadboardReset", value);
     return CI_CAMERA_NOT_SUPPORTED;
+}
+
+// The shutdown line's level (1 shuts the sensor down; all ones releases the
+// line).  A sensor leaving shutdown may have lost its registers.
+ci_error_code _setSensorShutdown(ci_camera_t* camera, ci_u32 value) {
+    const ci_error_code rc = _setSensorPin(camera, kShutdownPin, value);
+    if (rc == CI_CAMERA_SUCCESS && value == 0) return _SetMode(camera, CI_SENSOR_SHUTDOWN, 0);
+    return rc;
+}
+
+ci_error_code _getSensorShutdown(ci_camera_t* camera, ci_u32* value) {
+    return _getSensorPin(camera, kShutdownPin, value);
 }

@@ -114,6 +114,14 @@ ci_error_code USB_Bulk_UpdateFrameSize(ci_camera_t* camera, ci_u32 nWidth, ci_u3
     s->pixelBytes = _pixelBytes(camera);
     const ci_error_code rc = USB_Bulk_UpdateRawBufferSize(camera);
     if (rc != CI_CAMERA_SUCCESS) return rc;
+    // The boards around the FPGA follow the frame; a board that does not
+    // answer does not stop the camera's own change.
+    {
+        UsbKeepSizes keep(camera);
+        _USB_Bulk_UpdateRxGeometry(camera);
+        _USB_Bulk_UpdateStereoGeometry(camera);
+        _USB_Bulk_ApplyHdmiMode(camera);
+    }
     if (bitsChanged && usb->productID != CI_KITE_3) {
         const ci_error_code sent = sendBytesPerClock(camera, usb);
         if (sent != CI_CAMERA_SUCCESS) return sent;

@@ -252,6 +252,20 @@ ci_error_code _readSomeRegister(ci_camera_t* camera, ci_u32 chip, const char* na
 ci_error_code _writeSomeRegister(ci_camera_t* camera, ci_u32 chip, const char* name, ci_u32 value);
 ci_error_code _readSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield, ci_u32* value);
 ci_error_code _writeSomeBitfield(ci_camera_t* camera, ci_u32 chip, const char* reg, const char* bitfield, ci_u32 value);
+// Keeps the calling thread's register sizes across chip accesses made on
+// the caller's behalf.
+class UsbKeepSizes {
+public:
+    explicit UsbKeepSizes(ci_camera_t* camera);
+    ~UsbKeepSizes();
+    UsbKeepSizes(const UsbKeepSizes&) = delete;
+    UsbKeepSizes& operator=(const UsbKeepSizes&) = delete;
+
+private:
+    ci_camera_t* camera_;
+    ci_u32 addrSize_ = 8;
+    ci_u32 dataSize_ = 16;
+};
 ci_reg_data_t* _kiteRegister(ci_camera_t* camera, const char* name);
 ci_u32 _kiteBitfield(ci_camera_t* camera, const char* reg, const char* bitfield);
 ci_error_code _readKiteRegister(ci_camera_t* camera, const char* name, ci_u32* value);
@@ -289,6 +303,28 @@ ci_error_code _setSensorPower(ci_camera_t* camera, ci_u32 on);
 ci_error_code _getSensorPower(ci_camera_t* camera, ci_u32* on);
 ci_error_code _setSensorReset(ci_camera_t* camera, ci_u32 value);
 ci_error_code _getSensorReset(ci_camera_t* camera, ci_u32* value);
+ci_error_code _setSensorShutdown(ci_camera_t* camera, ci_u32 value);
+ci_error_code _getSensorShutdown(ci_camera_t* camera, ci_u32* value);
+
+// The fixed writes a companion processor named in the sensor data file's
+// name needs before the sensor is reached.
+ci_error_code _USB_Bulk_SetUpCompanion(ci_camera_t* camera, const char* sensorName);
+
+// Receiver and stereo boards programmed from the camera's settings.
+bool _usb_is_rx_mode(ci_modes mode);
+ci_error_code _USB_Bulk_SetRxMode(ci_camera_t* camera, ci_modes mode, ci_u32 value);
+ci_error_code _USB_Bulk_ProgramRx(ci_camera_t* camera);
+ci_error_code _USB_Bulk_UpdateRxGeometry(ci_camera_t* camera);
+ci_error_code _USB_Bulk_UpdateRxType(ci_camera_t* camera);
+ci_error_code _USB_Bulk_SetStereoMode(ci_camera_t* camera, ci_u32 value);
+ci_error_code _USB_Bulk_UpdateStereoGeometry(ci_camera_t* camera);
+void _USB_Bulk_ReadStereoMode(ci_camera_t* camera);
+
+// HDMI output timing and the frame memory's operation mode.
+bool _usb_hdmi_timing_board(ci_u32 rxBoard);
+ci_error_code _USB_Bulk_SetHdmiMode(ci_camera_t* camera, ci_u32 mode);
+ci_error_code _USB_Bulk_ApplyHdmiMode(ci_camera_t* camera);
+ci_error_code _USB_Bulk_RefreshHdmiOpMode(ci_camera_t* camera);
 
 // Receiver and base boards: found once by chip name in the board data.
 void _USB_Bulk_GetRxBoardType(ci_camera_t* camera);
@@ -310,6 +346,11 @@ ci_error_code _usb_set_output_port(ci_camera_t* camera, ci_u32 port);
 // Frame counter, frame time and clock polarity.
 ci_error_code _usb_hw_frame_count(ci_camera_t* camera, ci_u32* value);
 ci_error_code _usb_hw_frame_time(ci_camera_t* camera, ci_u32* value);
+// Pixel clock in Hz and frame size (lines << 16 | pixels) measured by the
+// board; whether register traffic may run while a frame is read.
+ci_error_code _usb_pixclk_freq(ci_camera_t* camera, ci_u32* value);
+ci_error_code _usb_detect_frame_size(ci_camera_t* camera, ci_u32* value);
+ci_error_code _usb_simul_reg_framegrab(ci_camera_t* camera, ci_u32* value);
 ci_error_code _usb_update_clock_polarity(ci_camera_t* camera);
 
 // Pixel width, depth and packing on the board; who unswizzles.

@@ -35,8 +35,15 @@ ci_error_code startTransport(ci_camera_t* camera) {
     if (s == nullptr) return CI_CAMERA_SUCCESS;
     _initBoardPostSensInit(camera);
     const _common_context_t* ctx = _ctx(camera);
-    return USB_Bulk_UpdateFrameSize(camera, s->width, s->height, (ci_s32)ctx->bitsPerClock,
-                                    (ci_s32)ctx->clocksPerPixel);
+    const ci_error_code rc =
+        USB_Bulk_UpdateFrameSize(camera, s->width, s->height, (ci_s32)ctx->bitsPerClock, (ci_s32)ctx->clocksPerPixel);
+    // Like the rest of the board's set-up, a board that does not take its
+    // input type does not stop the start.
+    if (rc == CI_CAMERA_SUCCESS) {
+        UsbKeepSizes keep(camera);
+        _USB_Bulk_UpdateRxType(camera);
+    }
+    return rc;
 }
 
 ci_error_code stopTransport(ci_camera_t* camera) {
@@ -90,6 +97,12 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
             return _setSensorPower(camera, value);
         case CI_SENSOR_RESET:
             return _setSensorReset(camera, value);
+        case CI_SENSOR_SHUTDOWN:
+            return _setSensorShutdown(camera, value);
+        case CI_HDMI_MODE:
+            return _USB_Bulk_SetHdmiMode(camera, value);
+        case CI_STEREO_MODE:
+            return _USB_Bulk_SetStereoMode(camera, value);
         case CI_GRABFRAME_TIMEOUT:
             _usb_context(camera)->grabframeTimeout = value;
             return CI_CAMERA_SUCCESS;
@@ -98,7 +111,7 @@ ci_error_code setMode(ci_camera_t* camera, ci_modes mode, ci_u32 value) {
         case CI_CLOCKS_PER_PIXEL:
             return USB_Bulk_UpdateFrameSize(camera, 0, 0, 0, (ci_s32)value);
         default:
-            return _SetMode(camera, mode, value);
+            return _usb_is_rx_mode(mode) ? _USB_Bulk_SetRxMode(camera, mode, value) : _SetMode(camera, mode, value);
     }
 }
 
@@ -106,6 +119,10 @@ ci_error_code getMode(ci_camera_t* camera, ci_modes mode, ci_u32* value) {
     if (mode == CI_SHIP_SPEED) return USB_Bulk_GetShipSpeed(camera, value);
     if (value != nullptr && mode == CI_SENSOR_POWER) return _getSensorPower(camera, value);
     if (value != nullptr && mode == CI_SENSOR_RESET) return _getSensorReset(camera, value);
+    if (value != nullptr && mode == CI_SENSOR_SHUTDOWN) return _getSensorShutdown(camera, value);
+    if (value != nullptr && mode == CI_PIXCLK_FREQ) return _usb_pixclk_freq(camera, value);
+    if (value != nullptr && mode == CI_DETECT_FRAME_SIZE) return _usb_detect_frame_size(camera, value);
+    if (value != nullptr && mode == CI_SIMUL_REG_FRAMEGRAB) return _usb_simul_reg_framegrab(camera, value);
     if (value != nullptr && (mode == CI_TRIGGER_HIGH_WIDTH || mode == CI_TRIGGER_LOW_WIDTH)) {
         return _usb_get_trigger(camera, mode, value);
     }
@@ -266,12 +283,16 @@ ci_error_code initCamera(ci_camera_t* camera, USB_Bulk_Context* usb, void* handl
     usb->maxTransferSize = get_max_transfer_size(camera);
     // Identification and the board's chips are reached through the locking routines.
     osal_init_critical_section(&ctx->criticalSection, "");
+    _USB_Bulk_SetUpCompanion(camera, sensorName);
     // The board's own chips; the first one of its board file is the main FPGA.
     _parseBoardConfigFile(camera, sensorName != nullptr ? sensorName : "");
     usb->kiteChip = 0;
     if (!wantsSensor) return CI_CAMERA_SUCCESS;
     _initBoardPreSensInit(camera);
     const ci_error_code found = _getSensor(camera, sensorName);
+    if (usb->productID == CI_KITE_2 || usb->productID == CI_KITE_2X || usb->productID == CI_KITE_3) {
+        _USB_Bulk_ReadStereoMode(camera);
+    }
     usb->maxTransferSize = get_max_transfer_size(camera);
     ctx->do_sw_unswizzle = (ci_s32)_swizzleDefault(camera);
     return found;
