@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "log_capture.h"
 #include "scratch_dir.h"
 #include "sensor_builder.h"
 #include "test_paths.h"

@@ -3,7 +3,9 @@
 // model; faults complete them with a stall, a short length or never).
 #include "usb_board_sim.h"
 
-#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+
 #include <linux/usbdevice_fs.h>
 #include <sys/ioctl.h>
 #include <umockdev.h>
@@ -241,8 +243,9 @@ UsbBoard& UsbTestbed::addBoard(const UsbBoardConfig& config) {
              hex(descriptors(config)).c_str());
     GError* error = nullptr;
     if (!umockdev_testbed_add_from_string(impl_->testbed, record, &error)) {
-        ADD_FAILURE() << "cannot publish the simulated board: " << (error != nullptr ? error->message : "?");
+        const std::string why = error != nullptr ? error->message : "?";
         if (error != nullptr) g_error_free(error);
+        throw std::runtime_error("cannot publish the simulated board: " + why);
     }
     return *node.board;
 }
