@@ -35,6 +35,7 @@ typedef struct sdat_reader {
     ci_sensor_t* sensor;     // the record being filled
     _common_context_t* ctx;  // the camera's common context
     char line[SDAT_LINE_MAX];
+    int arena;  // registers and bitfields go to one arena (regmap_arena.h)
 } sdat_reader;
 
 // ---- whole-file text (sdat_text_file.cpp)
@@ -99,6 +100,10 @@ ci_error_code parse_addr_space(sdat_reader* r);
 // keyword not known.
 ci_addr_type sdat_addr_type(const char* keyword);
 ci_s32 get_num_regs(sdat_reader* r);
+// The counting pass: the register lines of the section from the reading
+// position, and in *bitfields the bitfield lines that follow them.  The
+// position is left where it was.
+ci_s32 sdat_count_registers(sdat_reader* r, size_t* bitfields);
 ci_error_code parse_registers(sdat_reader* r);
 ci_error_code parse_subdevices(sdat_reader* r);
 

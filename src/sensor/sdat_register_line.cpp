@@ -41,19 +41,6 @@ int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_
                      &l->span, &l->mask, l->rw, &l->def, l->rest) >= 7;
 }
 
-// The checks of the counting pass only ask whether a line has a form: they
-// scan with suppressed conversions (nothing is copied) and the final %n is
-// reached only when every conversion before it matched.
-int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
-    if (!strchr(line, '=')) return 0;  // cheap answer for bitfield lines
-    int end = -1;
-    if (sdatVersion < 2)
-        sdat_scan(line, "%*255[^=]= {%*i, %*255[^,], %*i, %*255[^,], %*i, %*760[^}]%n", &end);
-    else
-        sdat_scan(line, "%*255[^=]= {%*i, %*255[^,], %*i, %*i, %*255[^,], %*i, %*760[^}]%n", &end);
-    return end >= 0;
-}
-
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg) {
     char spaceId[sizeof l->space];
     memcpy(spaceId, l->space, sizeof spaceId);
@@ -85,16 +72,9 @@ bool scan_bitfield(const char* line, bitfield_line* l) {
 
 }  // namespace
 
-int sdat_is_bitfield_line(const char* line) {
-    int end = -1;
-    sdat_scan(line, " {%*255[^,], %*i, %*4[^,], %*760[^}]%n", &end);
-    return end >= 0;
-}
-
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
     bitfield_line l;
     if (!scan_bitfield(line, &l)) return 0;
-    memset(bf, 0, sizeof *bf);
     sdat_scan(l.name, "%255s", bf->id);  // the name is its first word
     bf->bitmask = l.mask;
     bf->rw = sdat_access(l.rw);
