@@ -3,10 +3,10 @@
 #define CK_SOURCE "sensor_data"
 #include "sensor/sdat_register_line.h"
 
+#include <ctype.h>
 #include <string.h>
 
 #include "core/camkit_private.h"
-#include "sensor/sdat_scan.h"
 #include "sensor/sensor_types.h"
 
 namespace {
@@ -31,16 +31,6 @@ void place_in_space(const ci_sensor_t* sensor, const char* spaceId, ci_reg_data_
 
 }  // namespace
 
-int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l) {
-    l->rest[0] = '\0';
-    l->span = 1;
-    if (sdatVersion < 2)
-        return sdat_scan(line, "%255[^=]= {%i, %39[^,], %i, %4[^,], %i, %760[^}]", l->name, &l->addr, l->space,
-                         &l->mask, l->rw, &l->def, l->rest) == 7;
-    return sdat_scan(line, "%255[^=]= {%i, %39[^,], %i, %i, %4[^,], %i, %760[^}]", l->name, &l->addr, l->space,
-                     &l->span, &l->mask, l->rw, &l->def, l->rest) >= 7;
-}
-
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg) {
     char spaceId[sizeof l->space];
     memcpy(spaceId, l->space, sizeof spaceId);
@@ -57,28 +47,26 @@ void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, 
     reg->confidential = sdat_has_prefix(reg->unique_desc, "RESERVED_") ? 1 : 0;
 }
 
-namespace {
-
-struct bitfield_line {
-    char name[CI_STRING_LEN];
-    ci_u32 mask;
-    char rw[5];
-    char rest[761];
-};
-
-bool scan_bitfield(const char* line, bitfield_line* l) {
-    return sdat_scan(line, " {%255[^,], %i, %4[^,], %760[^}]", l->name, &l->mask, l->rw, l->rest) == 4;
-}
-
-}  // namespace
-
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
-    bitfield_line l;
-    if (!scan_bitfield(line, &l)) return 0;
-    sdat_scan(l.name, "%255s", bf->id);  // the name is its first word
-    bf->bitmask = l.mask;
-    bf->rw = sdat_access(l.rw);
-    sdat_descriptions(l.rest, bf->desc, bf->detail);
+    sdat_bitfield_parts parts;
+    if (!sdat_split_bitfield_line(line, &parts)) return 0;
+    // The name is its first word.
+    const char* name = parts.name.text;
+    const char* end = name + parts.name.length;
+    while (name < end && isspace(static_cast<unsigned char>(*name))) ++name;
+    const char* word = name;
+    while (word < end && !isspace(static_cast<unsigned char>(*word))) ++word;
+    memcpy(bf->id, name, static_cast<size_t>(word - name));
+    bf->id[word - name] = '\0';
+    bf->bitmask = parts.mask;
+    char rw[5];
+    memcpy(rw, parts.rw.text, parts.rw.length);
+    rw[parts.rw.length] = '\0';
+    bf->rw = sdat_access(rw);
+    char rest[761];
+    memcpy(rest, parts.rest.text, parts.rest.length);
+    rest[parts.rest.length] = '\0';
+    sdat_descriptions(rest, bf->desc, bf->detail);
     bf->datatype = CI_TYPE_UNSIGNED;
     bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
     return 1;

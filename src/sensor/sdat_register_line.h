@@ -16,6 +16,23 @@ typedef struct sdat_register_line {
     char rest[761];  // the quoted description and detail
 } sdat_register_line;
 
+// Where an item of a line is, in place.
+typedef struct sdat_span {
+    const char* text;
+    size_t length;
+} sdat_span;
+
+// The items of a bitfield line.
+typedef struct sdat_bitfield_parts {
+    sdat_span name;
+    ci_u32 mask;
+    sdat_span rw;
+    sdat_span rest;  // the quoted description and detail
+} sdat_bitfield_parts;
+
+// Finds the items of a bitfield line; returns 0 when the line is not one.
+int sdat_split_bitfield_line(const char* line, sdat_bitfield_parts* parts);
+
 // Scans a register line in the form of the file's sdat_version; returns 0
 // when too few items scan.
 int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l);
