@@ -34,10 +34,10 @@ bool referenceRegister(const std::string& line, int version, sdat_register_line*
     memset(l, 0, sizeof *l);
     l->span = 1;
     if (version < 2)
-        return sdat_scan(line.c_str(), "%255[^=]= {%i, %39[^,], %i, %4[^,], %i, %760[^}]", l->name, &l->addr,
-                         l->space, &l->mask, l->rw, &l->def, l->rest) == 7;
-    return sdat_scan(line.c_str(), "%255[^=]= {%i, %39[^,], %i, %i, %4[^,], %i, %760[^}]", l->name, &l->addr,
-                     l->space, &l->span, &l->mask, l->rw, &l->def, l->rest) >= 7;
+        return sdat_scan(line.c_str(), "%255[^=]= {%i, %39[^,], %i, %4[^,], %i, %760[^}]", l->name, &l->addr, l->space,
+                         &l->mask, l->rw, &l->def, l->rest) == 7;
+    return sdat_scan(line.c_str(), "%255[^=]= {%i, %39[^,], %i, %i, %4[^,], %i, %760[^}]", l->name, &l->addr, l->space,
+                     &l->span, &l->mask, l->rw, &l->def, l->rest) >= 7;
 }
 
 std::string itemsOf(const sdat_register_line& l) {

@@ -20,26 +20,28 @@
 namespace {
 
 // One directive each; after a mismatch (the end of the line is one)
-// nothing more matches.
+// nothing more matches.  The line holds no NUL, and the character after
+// it ends a number (a terminator or a line end).
 class Shape {
 public:
-    explicit Shape(const char* line) : p_(line) {}
+    explicit Shape(const sdat_span& line) : p_(line.text), end_(line.text + line.length) {}
 
     // A blank in a format: any white space.
     Shape& blanks() {
-        while (isspace(static_cast<unsigned char>(*p_))) ++p_;
+        while (p_ < end_ && isspace(static_cast<unsigned char>(*p_))) ++p_;
         return *this;
     }
     // A literal character.
     Shape& lit(char c) {
-        ok_ = ok_ && *p_ == c;
+        ok_ = ok_ && p_ < end_ && *p_ == c;
         if (ok_) ++p_;
         return *this;
     }
     // "%W[^stop]": one to W characters other than stop.
     Shape& run(char stop, int width, sdat_span* out = nullptr) {
         if (!ok_) return *this;
-        const size_t length = strnlen(p_, static_cast<size_t>(width));
+        const size_t left = static_cast<size_t>(end_ - p_);
+        const size_t length = left < static_cast<size_t>(width) ? left : static_cast<size_t>(width);
         const void* at = memchr(p_, stop, length);
         const size_t n = at ? static_cast<size_t>(static_cast<const char*>(at) - p_) : length;
         ok_ = n > 0;
@@ -50,11 +52,14 @@ public:
     // "%W[^stop]" as the last directive of a form test: one character is
     // enough.
     Shape& last_run(char stop) {
-        ok_ = ok_ && *p_ != '\0' && *p_ != stop;
+        ok_ = ok_ && p_ < end_ && *p_ != stop;
         return *this;
     }
     // "%i".
     Shape& number(ci_u32* out = nullptr) {
+        if (!ok_) return *this;
+        blanks();
+        ok_ = p_ < end_;
         if (!ok_) return *this;
         ci_u32 ignored = 0;
         const char* after = sdat_scan_int(p_, out ? out : &ignored);
@@ -68,6 +73,7 @@ public:
 
 private:
     const char* p_;
+    const char* end_;
     bool ok_ = true;
 };
 
@@ -76,21 +82,33 @@ void copy_span(char* dest, const sdat_span& span) {
     dest[span.length] = '\0';
 }
 
+sdat_span whole(const char* line) { return sdat_span{line, strlen(line)}; }
+
 }  // namespace
 
-int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
-    if (!strchr(line, '=')) return 0;  // most lines of a section are bitfield lines
-    Shape s(line);
+int sdat_view_counts_as_register(const sdat_span* line, ci_s32 sdatVersion) {
+    if (!memchr(line->text, '=', line->length)) return 0;  // most lines of a section are bitfield lines
+    Shape s(*line);
     s.run('=', 255).lit('=').blanks().lit('{').number().comma().run(',', 255).comma().number().comma();
     if (sdatVersion >= 2) s.number().comma();
     s.run(',', 255).comma().number().comma().last_run('}');
     return s.matched();
 }
 
-int sdat_is_bitfield_line(const char* line) {
-    Shape s(line);
+int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
+    const sdat_span view = whole(line);
+    return sdat_view_counts_as_register(&view, sdatVersion);
+}
+
+int sdat_view_is_bitfield_line(const sdat_span* line) {
+    Shape s(*line);
     s.blanks().lit('{').run(',', 255).comma().number().comma().run(',', 4).comma().last_run('}');
     return s.matched();
+}
+
+int sdat_is_bitfield_line(const char* line) {
+    const sdat_span view = whole(line);
+    return sdat_view_is_bitfield_line(&view);
 }
 
 int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l) {
@@ -99,7 +117,7 @@ int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_
     sdat_span name{};
     sdat_span space{};
     sdat_span rw{};
-    Shape s(line);
+    Shape s(whole(line));
     s.run('=', 255, &name).lit('=').blanks().lit('{').number(&l->addr).comma().run(',', 39, &space).comma();
     if (sdatVersion >= 2) s.number(&l->span).comma();
     s.number(&l->mask).comma().run(',', 4, &rw).comma().number(&l->def);
@@ -116,8 +134,8 @@ int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_
     return sdatVersion >= 2;  // the texts may be missing there
 }
 
-int sdat_split_bitfield_line(const char* line, sdat_bitfield_parts* parts) {
-    Shape s(line);
+int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts) {
+    Shape s(*line);
     s.blanks().lit('{').run(',', 255, &parts->name).comma().number(&parts->mask).comma();
     s.run(',', 4, &parts->rw).comma().run('}', 760, &parts->rest);
     return s.matched();

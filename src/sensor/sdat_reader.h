@@ -26,6 +26,12 @@ typedef struct sdat_text {
     size_t pos;
 } sdat_text;
 
+// A run of characters in place (not terminated).
+typedef struct sdat_span {
+    const char* text;
+    size_t length;
+} sdat_span;
+
 // Reading state of one file.
 typedef struct sdat_reader {
     sdat_text text;
@@ -58,8 +64,17 @@ ci_s32 get_line(FILE* fp, char* buffer, ci_s32 size);
 ci_s32 sdat_text_line(sdat_text* text, char* buffer, ci_s32 size);
 // get_line into r->line, keeping r->lineNo.  Returns 0 at end of file.
 int sdat_next_line(sdat_reader* r, ci_s32 limit);
+// As sdat_next_line, but a line that is whole (it ends within the limit
+// and holds no NUL) is left in the text: *view points at it there, line
+// end removed, and r->line is not updated.  Any other line is read into
+// r->line, which *view then shows.  Returns 0 at end of file.
+int sdat_next_view(sdat_reader* r, ci_s32 limit, sdat_span* view);
+// Copies the line of a view into r->line (for messages, and for the
+// readers that go on from r->line).
+void sdat_hold_view(sdat_reader* r, const sdat_span* view);
 // True for a line that closes a section ("[END]" in the first column).
 int end_section(const char* line);
+int sdat_view_ends_section(const sdat_span* view);
 // Reads up to the next section header; its name goes to name.  Returns 0 at
 // end of file.  The header line stays in r->line.
 int get_section(sdat_reader* r, char* name, size_t size);

@@ -48,6 +48,11 @@ void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, 
 }
 
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
+    const sdat_span view{line, strlen(line)};
+    return sdat_scan_bitfield_view(&view, bf);
+}
+
+int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
     sdat_bitfield_parts parts;
     if (!sdat_split_bitfield_line(line, &parts)) return 0;
     // The name is its first word.
