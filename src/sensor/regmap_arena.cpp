@@ -2,18 +2,18 @@
 #define CK_SOURCE "sensor_data"
 #include "sensor/regmap_arena.h"
 
+#include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <functional>
 #include <mutex>
 #include <vector>
 
+#include "sensor/bulk_memory.h"
+
 namespace {
 
-const size_t kHugePage = size_t{2} << 20;
 // The largest mapping kept after its description is freed, for the next
 // one (identification reads one description after another).
 const size_t kKeptSpare = size_t{64} << 20;
@@ -44,25 +44,10 @@ bool inside(const Mapping& m, const void* p) {
     return !before(p, base) && before(p, base + m.size);
 }
 
-void prefault(void* base, size_t size) {
-#ifdef MADV_POPULATE_WRITE
-    if (madvise(base, size, MADV_POPULATE_WRITE) == 0) return;
-#endif
-    const long page = sysconf(_SC_PAGESIZE);
-    const size_t step = page > 0 ? static_cast<size_t>(page) : 4096;
-    for (size_t at = 0; at < size; at += step) static_cast<volatile char*>(base)[at] = 0;
-}
-
-// A fresh zeroed mapping of at least `bytes`, faulted in at once (on huge
-// pages where the system has them: a few faults instead of one per 4 KiB).
 Mapping map_fresh(size_t bytes) {
-    const size_t size = round_up(bytes, kHugePage);
-    if (size < bytes) return {nullptr, 0};
-    void* base = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (base == MAP_FAILED) return {nullptr, 0};
-    madvise(base, size, MADV_HUGEPAGE);
-    prefault(base, size);
-    return {base, size};
+    Mapping m{nullptr, 0};
+    m.base = bulk_map(bytes, &m.size);
+    return m;
 }
 
 // A mapping of at least `bytes`: the spare when it is large enough (*fresh
@@ -82,11 +67,11 @@ Mapping take_mapping(size_t bytes, bool* fresh) {
 // with g_lock held.
 void give_back(const Mapping& m) {
     if (m.size <= kKeptSpare && m.size > g_spare.size) {
-        if (g_spare.base) munmap(g_spare.base, g_spare.size);
+        if (g_spare.base) bulk_unmap(g_spare.base, g_spare.size);
         g_spare = m;
         return;
     }
-    munmap(m.base, m.size);
+    bulk_unmap(m.base, m.size);
 }
 
 Arena* find(const ci_reg_data_t* regs) {

@@ -24,6 +24,7 @@ typedef struct sdat_text {
     char* data;
     size_t size;
     size_t pos;
+    size_t mapped;  // size of the block when data is a bulk block, else 0
 } sdat_text;
 
 // A run of characters in place (not terminated).
@@ -100,6 +101,8 @@ void sdat_copy_text(char* dest, const char* source, size_t length);
 // The first and second double-quoted texts of a register or bitfield line's
 // remainder.
 void sdat_descriptions(const char* remainder, char* desc, char* detail);
+// The same from the first `size` characters of remainder (no NUL among them).
+void sdat_descriptions_in(const char* remainder, size_t size, char* desc, char* detail);
 // Access keyword: "RO" 0, "WO" 2, anything else 1 (first two characters).
 ci_u32 sdat_access(const char* text);
 // Case-insensitive prefix test; prefix is upper-case ASCII.

@@ -68,10 +68,7 @@ int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
     memcpy(rw, parts.rw.text, parts.rw.length);
     rw[parts.rw.length] = '\0';
     bf->rw = sdat_access(rw);
-    char rest[761];
-    memcpy(rest, parts.rest.text, parts.rest.length);
-    rest[parts.rest.length] = '\0';
-    sdat_descriptions(rest, bf->desc, bf->detail);
+    sdat_descriptions_in(parts.rest.text, parts.rest.length, bf->desc, bf->detail);
     bf->datatype = CI_TYPE_UNSIGNED;
     bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
     return 1;
