@@ -61,8 +61,8 @@ public:
         blanks();
         ok_ = p_ < end_;
         if (!ok_) return *this;
-        ci_u32 ignored = 0;
-        const char* after = sdat_scan_int(p_, out ? out : &ignored);
+        if (!out) return skip_number();
+        const char* after = sdat_scan_int(p_, out);
         ok_ = after != nullptr;
         if (ok_) p_ = after;
         return *this;
@@ -72,6 +72,24 @@ public:
     bool matched() const { return ok_; }
 
 private:
+    // A number whose value is not wanted: a sign, then the digits of the
+    // base its prefix gives ("0x" hexadecimal, "0" octal, else decimal);
+    // "0x" alone counts as a number, as in a scan.
+    Shape& skip_number() {
+        if (*p_ == '-' || *p_ == '+') ++p_;
+        ok_ = p_ < end_ && *p_ >= '0' && *p_ <= '9';
+        if (!ok_) return *this;
+        if (p_[0] == '0' && end_ - p_ >= 2 && (p_[1] == 'x' || p_[1] == 'X')) {
+            p_ += 2;
+            while (p_ < end_ && isxdigit(static_cast<unsigned char>(*p_))) ++p_;
+        } else if (*p_ == '0') {
+            while (p_ < end_ && *p_ >= '0' && *p_ <= '7') ++p_;
+        } else {
+            while (p_ < end_ && *p_ >= '0' && *p_ <= '9') ++p_;
+        }
+        return *this;
+    }
+
     const char* p_;
     const char* end_;
     bool ok_ = true;
