@@ -100,7 +100,7 @@ bool physical_line_in_place(sdat_text* text, ci_s32 size, sdat_span* view) {
     const void* end = memchr(p, '\n', n);
     if (!end) return false;
     size_t length = static_cast<size_t>(static_cast<const char*>(end) - p);
-    if (memchr(p, '\0', length)) return false;
+    if (!text->nulFree && memchr(p, '\0', length)) return false;
     text->pos += length + 1;
     if (length > 0 && p[length - 1] == '\r') --length;
     *view = sdat_span{p, length};

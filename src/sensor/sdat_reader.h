@@ -25,6 +25,7 @@ typedef struct sdat_text {
     size_t size;
     size_t pos;
     size_t mapped;  // size of the block when data is a bulk block, else 0
+    int nulFree;    // no NUL anywhere in the text: lines need not be checked
 } sdat_text;
 
 // A run of characters in place (not terminated).

@@ -95,6 +95,7 @@ int sdat_text_read(FILE* fp, sdat_text* text) {
     size_t capacity = expected_size(fp);
     text->size = 0;
     text->pos = 0;
+    text->nulFree = 0;
     if (!allocate(text, capacity)) return 0;
     for (;;) {
         if (text->size == capacity && !grow(text, &capacity)) {
@@ -103,7 +104,10 @@ int sdat_text_read(FILE* fp, sdat_text* text) {
         }
         size_t got = fread(text->data + text->size, 1, capacity - text->size, fp);
         text->size += got;
-        if (got == 0) return 1;
+        if (got == 0) {
+            text->nulFree = memchr(text->data, '\0', text->size) == nullptr;
+            return 1;
+        }
     }
 }
 
