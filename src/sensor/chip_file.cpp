@@ -152,7 +152,7 @@ ci_error_code ci_ParseChipFile(ci_camera_t* camera, const char* fileName, ci_chi
     chip->serial_data_size = 8;
     ci_sensor_t scratch;
     memset(&scratch, 0, sizeof scratch);
-    sdat_reader r{text, fileName, 0, camera, &scratch, ctx, {}};
+    sdat_reader r{text, fileName, 0, camera, &scratch, ctx, {}, 0};
     const ci_error_code result = chipSections(&r, chip);
     sdat_text_free(&r.text);
     takeRegisters(chip, &scratch);

@@ -1,9 +1,11 @@
 // Freeing a sensor description.  Registers point into the address-space
-// table, so the table goes last.
+// table, so the table goes last.  Register tables read into an arena go
+// back with it (regmap_arena.h).
 #define CK_SOURCE "sensor_data"
 #include <stdlib.h>
 
 #include "core/camkit_private.h"
+#include "sensor/regmap_arena.h"
 
 namespace {
 
@@ -19,6 +21,11 @@ void free_long_descriptions(ci_sensor_t* sensor) {
 }
 
 void free_registers(ci_sensor_t* sensor) {
+    if (regmap_arena_free(sensor->regs, sensor->num_regs)) {
+        sensor->regs = nullptr;
+        sensor->num_regs = 0;
+        return;
+    }
     for (ci_s32 i = 0; i < sensor->num_regs && sensor->regs; ++i) {
         free(sensor->regs[i].bitfield);
         sensor->regs[i].bitfield = nullptr;

@@ -22,6 +22,13 @@ bool is_ignorable(const char* line) {
     return *p == '\0' || *p == ';' || (p[0] == '/' && p[1] == '/');
 }
 
+bool is_ignorable(const sdat_span& line) {
+    const char* p = line.text;
+    const char* end = p + line.length;
+    while (p < end && isspace(static_cast<unsigned char>(*p))) ++p;
+    return p == end || *p == ';' || (end - p >= 2 && p[0] == '/' && p[1] == '/');
+}
+
 // The two sources of lines.  read_chunk works as fgets: it copies up to
 // size - 1 characters, through the first line end, and fails only at the
 // end of the input.  discard_rest consumes the rest of a physical line.
@@ -62,16 +69,42 @@ bool strip_line_end(char* buffer) {
     return complete;
 }
 
+// One physical line into buffer, cut to size - 1 characters, line end
+// removed; false at the end of the input.
+template <typename Source>
+bool physical_line(Source* source, char* buffer, ci_s32 size) {
+    if (!read_chunk(source, buffer, size)) return false;
+    if (!strip_line_end(buffer)) discard_rest(source);
+    return true;
+}
+
 template <typename Source>
 ci_s32 next_content_line(Source* source, char* buffer, ci_s32 size) {
     ci_s32 consumed = 0;
-    while (read_chunk(source, buffer, size)) {
+    while (physical_line(source, buffer, size)) {
         ++consumed;
-        if (!strip_line_end(buffer)) discard_rest(source);
         if (!is_ignorable(buffer)) return consumed;
     }
     buffer[0] = '\0';
     return 0;
+}
+
+// The next physical line of the text in place, when physical_line would
+// give it whole: it ends within size - 1 characters and holds no NUL (a
+// NUL would end the copied line early).  Line end removed.
+bool physical_line_in_place(sdat_text* text, ci_s32 size, sdat_span* view) {
+    if (size <= 1 || text->pos >= text->size) return false;
+    const char* p = text->data + text->pos;
+    size_t n = text->size - text->pos;
+    if (n > static_cast<size_t>(size) - 1) n = static_cast<size_t>(size) - 1;
+    const void* end = memchr(p, '\n', n);
+    if (!end) return false;
+    size_t length = static_cast<size_t>(static_cast<const char*>(end) - p);
+    if (!text->nulFree && memchr(p, '\0', length)) return false;
+    text->pos += length + 1;
+    if (length > 0 && p[length - 1] == '\r') --length;
+    *view = sdat_span{p, length};
+    return true;
 }
 
 }  // namespace
@@ -86,6 +119,37 @@ int sdat_next_line(sdat_reader* r, ci_s32 limit) {
     if (consumed == 0) return 0;
     r->lineNo += consumed;
     return 1;
+}
+
+int sdat_next_view(sdat_reader* r, ci_s32 limit, sdat_span* view) {
+    if (limit > SDAT_LINE_MAX) limit = SDAT_LINE_MAX;
+    ci_s32 consumed = 0;
+    for (;;) {
+        if (physical_line_in_place(&r->text, limit, view)) {
+            ++consumed;
+            if (is_ignorable(*view)) continue;
+        } else {
+            if (!physical_line(&r->text, r->line, limit)) {
+                r->line[0] = '\0';
+                return 0;
+            }
+            ++consumed;
+            if (is_ignorable(r->line)) continue;
+            *view = sdat_span{r->line, strlen(r->line)};
+        }
+        r->lineNo += consumed;
+        return 1;
+    }
+}
+
+void sdat_hold_view(sdat_reader* r, const sdat_span* view) {
+    if (view->text == r->line) return;
+    memcpy(r->line, view->text, view->length);
+    r->line[view->length] = '\0';
+}
+
+int sdat_view_ends_section(const sdat_span* view) {
+    return view->length >= 5 && view->text[0] == '[' && osal_strnicmp(view->text, "[END]", 5) == 0;
 }
 
 int end_section(const char* line) { return line[0] == '[' && osal_strnicmp(line, "[END]", 5) == 0; }

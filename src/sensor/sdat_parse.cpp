@@ -134,7 +134,7 @@ ci_error_code ci_ParseSensorFile(ci_camera_t* camera, const char* fileName, ci_s
         sdat_text_free(&text);
         return _parseXmlSensorFile(camera, record, fileName);
     }
-    sdat_reader r{text, fileName, 0, camera, record, ctx, {}};
+    sdat_reader r{text, fileName, 0, camera, record, ctx, {}, 1};
     ci_error_code result = parse_text(&r);
     sdat_text_free(&r.text);
     return result;

@@ -24,7 +24,15 @@ typedef struct sdat_text {
     char* data;
     size_t size;
     size_t pos;
+    size_t mapped;  // size of the block when data is a bulk block, else 0
+    int nulFree;    // no NUL anywhere in the text: lines need not be checked
 } sdat_text;
+
+// A run of characters in place (not terminated).
+typedef struct sdat_span {
+    const char* text;
+    size_t length;
+} sdat_span;
 
 // Reading state of one file.
 typedef struct sdat_reader {
@@ -35,6 +43,7 @@ typedef struct sdat_reader {
     ci_sensor_t* sensor;     // the record being filled
     _common_context_t* ctx;  // the camera's common context
     char line[SDAT_LINE_MAX];
+    int arena;  // registers and bitfields go to one arena (regmap_arena.h)
 } sdat_reader;
 
 // ---- whole-file text (sdat_text_file.cpp)
@@ -57,8 +66,17 @@ ci_s32 get_line(FILE* fp, char* buffer, ci_s32 size);
 ci_s32 sdat_text_line(sdat_text* text, char* buffer, ci_s32 size);
 // get_line into r->line, keeping r->lineNo.  Returns 0 at end of file.
 int sdat_next_line(sdat_reader* r, ci_s32 limit);
+// As sdat_next_line, but a line that is whole (it ends within the limit
+// and holds no NUL) is left in the text: *view points at it there, line
+// end removed, and r->line is not updated.  Any other line is read into
+// r->line, which *view then shows.  Returns 0 at end of file.
+int sdat_next_view(sdat_reader* r, ci_s32 limit, sdat_span* view);
+// Copies the line of a view into r->line (for messages, and for the
+// readers that go on from r->line).
+void sdat_hold_view(sdat_reader* r, const sdat_span* view);
 // True for a line that closes a section ("[END]" in the first column).
 int end_section(const char* line);
+int sdat_view_ends_section(const sdat_span* view);
 // Reads up to the next section header; its name goes to name.  Returns 0 at
 // end of file.  The header line stays in r->line.
 int get_section(sdat_reader* r, char* name, size_t size);
@@ -84,6 +102,8 @@ void sdat_copy_text(char* dest, const char* source, size_t length);
 // The first and second double-quoted texts of a register or bitfield line's
 // remainder.
 void sdat_descriptions(const char* remainder, char* desc, char* detail);
+// The same from the first `size` characters of remainder (no NUL among them).
+void sdat_descriptions_in(const char* remainder, size_t size, char* desc, char* detail);
 // Access keyword: "RO" 0, "WO" 2, anything else 1 (first two characters).
 ci_u32 sdat_access(const char* text);
 // Case-insensitive prefix test; prefix is upper-case ASCII.
@@ -99,6 +119,10 @@ ci_error_code parse_addr_space(sdat_reader* r);
 // keyword not known.
 ci_addr_type sdat_addr_type(const char* keyword);
 ci_s32 get_num_regs(sdat_reader* r);
+// The counting pass: the register lines of the section from the reading
+// position, and in *bitfields the bitfield lines that follow them.  The
+// position is left where it was.
+ci_s32 sdat_count_registers(sdat_reader* r, size_t* bitfields);
 ci_error_code parse_registers(sdat_reader* r);
 ci_error_code parse_subdevices(sdat_reader* r);
 

@@ -3,10 +3,10 @@
 #define CK_SOURCE "sensor_data"
 #include "sensor/sdat_register_line.h"
 
+#include <ctype.h>
 #include <string.h>
 
 #include "core/camkit_private.h"
-#include "sensor/sdat_scan.h"
 #include "sensor/sensor_types.h"
 
 namespace {
@@ -31,29 +31,6 @@ void place_in_space(const ci_sensor_t* sensor, const char* spaceId, ci_reg_data_
 
 }  // namespace
 
-int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l) {
-    l->rest[0] = '\0';
-    l->span = 1;
-    if (sdatVersion < 2)
-        return sdat_scan(line, "%255[^=]= {%i, %39[^,], %i, %4[^,], %i, %760[^}]", l->name, &l->addr, l->space,
-                         &l->mask, l->rw, &l->def, l->rest) == 7;
-    return sdat_scan(line, "%255[^=]= {%i, %39[^,], %i, %i, %4[^,], %i, %760[^}]", l->name, &l->addr, l->space,
-                     &l->span, &l->mask, l->rw, &l->def, l->rest) >= 7;
-}
-
-// The checks of the counting pass only ask whether a line has a form: they
-// scan with suppressed conversions (nothing is copied) and the final %n is
-// reached only when every conversion before it matched.
-int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
-    if (!strchr(line, '=')) return 0;  // cheap answer for bitfield lines
-    int end = -1;
-    if (sdatVersion < 2)
-        sdat_scan(line, "%*255[^=]= {%*i, %*255[^,], %*i, %*255[^,], %*i, %*760[^}]%n", &end);
-    else
-        sdat_scan(line, "%*255[^=]= {%*i, %*255[^,], %*i, %*i, %*255[^,], %*i, %*760[^}]%n", &end);
-    return end >= 0;
-}
-
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg) {
     char spaceId[sizeof l->space];
     memcpy(spaceId, l->space, sizeof spaceId);
@@ -70,35 +47,28 @@ void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, 
     reg->confidential = sdat_has_prefix(reg->unique_desc, "RESERVED_") ? 1 : 0;
 }
 
-namespace {
-
-struct bitfield_line {
-    char name[CI_STRING_LEN];
-    ci_u32 mask;
-    char rw[5];
-    char rest[761];
-};
-
-bool scan_bitfield(const char* line, bitfield_line* l) {
-    return sdat_scan(line, " {%255[^,], %i, %4[^,], %760[^}]", l->name, &l->mask, l->rw, l->rest) == 4;
-}
-
-}  // namespace
-
-int sdat_is_bitfield_line(const char* line) {
-    int end = -1;
-    sdat_scan(line, " {%*255[^,], %*i, %*4[^,], %*760[^}]%n", &end);
-    return end >= 0;
-}
-
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
-    bitfield_line l;
-    if (!scan_bitfield(line, &l)) return 0;
-    memset(bf, 0, sizeof *bf);
-    sdat_scan(l.name, "%255s", bf->id);  // the name is its first word
-    bf->bitmask = l.mask;
-    bf->rw = sdat_access(l.rw);
-    sdat_descriptions(l.rest, bf->desc, bf->detail);
+    const sdat_span view{line, strlen(line)};
+    return sdat_scan_bitfield_view(&view, bf);
+}
+
+int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
+    sdat_bitfield_parts parts;
+    if (!sdat_split_bitfield_line(line, &parts)) return 0;
+    // The name is its first word.
+    const char* name = parts.name.text;
+    const char* end = name + parts.name.length;
+    while (name < end && isspace(static_cast<unsigned char>(*name))) ++name;
+    const char* word = name;
+    while (word < end && !isspace(static_cast<unsigned char>(*word))) ++word;
+    memcpy(bf->id, name, static_cast<size_t>(word - name));
+    bf->id[word - name] = '\0';
+    bf->bitmask = parts.mask;
+    char rw[5];
+    memcpy(rw, parts.rw.text, parts.rw.length);
+    rw[parts.rw.length] = '\0';
+    bf->rw = sdat_access(rw);
+    sdat_descriptions_in(parts.rest.text, parts.rest.length, bf->desc, bf->detail);
     bf->datatype = CI_TYPE_UNSIGNED;
     bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
     return 1;

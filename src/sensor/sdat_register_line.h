@@ -16,17 +16,33 @@ typedef struct sdat_register_line {
     char rest[761];  // the quoted description and detail
 } sdat_register_line;
 
+// The items of a bitfield line.
+typedef struct sdat_bitfield_parts {
+    sdat_span name;
+    ci_u32 mask;
+    sdat_span rw;
+    sdat_span rest;  // the quoted description and detail
+} sdat_bitfield_parts;
+
+// Finds the items of a bitfield line; returns 0 when the line is not one.
+int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts);
+
 // Scans a register line in the form of the file's sdat_version; returns 0
 // when too few items scan.
 int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l);
 // The more lenient test of the counting pass.
 int sdat_counts_as_register(const char* line, ci_s32 sdatVersion);
+int sdat_view_counts_as_register(const sdat_span* line, ci_s32 sdatVersion);
 // Fills *reg (zeroed first) from a scanned line of the sensor's file.
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg);
-// Scans a bitfield line into *bf; returns 0 when the line is not one.
+// Scans a bitfield line into *bf, which must be zeroed (only the fields
+// read are written); returns 0, leaving *bf untouched, when the line is not
+// one.
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf);
+int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf);
 // Whether the line is a bitfield line (the counting pass).
 int sdat_is_bitfield_line(const char* line);
+int sdat_view_is_bitfield_line(const sdat_span* line);
 // A page-select register records its address in the address-space table
 // (the near page selectors only for 8-bit register addresses unless
 // anyAddrSize is set).

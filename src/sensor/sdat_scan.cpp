@@ -225,3 +225,9 @@ int sdat_scan(const char* text, const char* format, ...) {
     va_end(ap);
     return (last == STEP_END_OF_INPUT && s.stored == 0) ? -1 : s.stored;
 }
+
+const char* sdat_scan_int(const char* text, uint32_t* value) {
+    scan_state s{text, text, 0};
+    if (input_ends_before(s, 'i') || !convert_int(s, value)) return nullptr;
+    return s.in;
+}

@@ -22,3 +22,8 @@
 #include <stdint.h>
 
 int sdat_scan(const char* text, const char* format, ...) __attribute__((format(scanf, 2, 3)));
+
+// One "%i" at text (white space first) read as sdat_scan reads it: the low
+// 32 bits go to *value.  Returns the text after the number, or nullptr when
+// there is no number there.
+const char* sdat_scan_int(const char* text, uint32_t* value);

@@ -76,11 +76,23 @@ void sdat_copy_text(char* dest, const char* source, size_t length) {
 }
 
 void sdat_descriptions(const char* remainder, char* desc, char* detail) {
-    const char* begin = nullptr;
-    size_t length = 0;
+    sdat_descriptions_in(remainder, strlen(remainder), desc, detail);
+}
+
+void sdat_descriptions_in(const char* remainder, size_t size, char* desc, char* detail) {
     desc[0] = detail[0] = '\0';
-    if (quoted_text(remainder, 0, &begin, &length)) sdat_copy_text(desc, begin, length);
-    if (quoted_text(remainder, 1, &begin, &length)) sdat_copy_text(detail, begin, length);
+    const char* p = remainder;
+    const char* end = remainder + size;
+    char* texts[] = {desc, detail};
+    for (char* text : texts) {
+        const char* open = static_cast<const char*>(memchr(p, '"', static_cast<size_t>(end - p)));
+        if (!open) return;
+        ++open;
+        const char* close = static_cast<const char*>(memchr(open, '"', static_cast<size_t>(end - open)));
+        sdat_copy_text(text, open, static_cast<size_t>((close ? close : end) - open));
+        if (!close) return;
+        p = close + 1;
+    }
 }
 
 ci_u32 sdat_access(const char* text) {

@@ -1,17 +1,54 @@
 // Reading a whole sensor-data file into memory.  Both passes over a
 // registers section then scan the same bytes, and the file is read once.
+// The text of a large file goes to a bulk block, faulted in at once.
 #define CK_SOURCE "sensor_data"
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 
+#include <mutex>
+
 #include "core/camkit_private.h"
+#include "sensor/bulk_memory.h"
 #include "sensor/sdat_reader.h"
 
 namespace {
 
 const size_t kFirstChunk = 64 * 1024;
+const size_t kBulkText = 1024 * 1024;
+const size_t kKeptText = 64u * 1024 * 1024;
+
+// The last bulk block freed, kept for the next large file (its old bytes
+// are overwritten by the read).
+std::mutex g_spareLock;
+void* g_spare = nullptr;
+size_t g_spareSize = 0;
+
+void* take_bulk(size_t bytes, size_t* size) {
+    {
+        std::lock_guard<std::mutex> hold(g_spareLock);
+        if (g_spare && g_spareSize >= bytes) {
+            void* block = g_spare;
+            *size = g_spareSize;
+            g_spare = nullptr;
+            g_spareSize = 0;
+            return block;
+        }
+    }
+    return bulk_map(bytes, size);
+}
+
+void give_back_bulk(void* block, size_t size) {
+    std::lock_guard<std::mutex> hold(g_spareLock);
+    if (size <= kKeptText && size > g_spareSize) {
+        bulk_unmap(g_spare, g_spareSize);
+        g_spare = block;
+        g_spareSize = size;
+        return;
+    }
+    bulk_unmap(block, size);
+}
 
 // The bytes left in a regular file, or a first guess for other files.
 size_t expected_size(FILE* fp) {
@@ -22,12 +59,32 @@ size_t expected_size(FILE* fp) {
     return left < SIZE_MAX / 2 ? static_cast<size_t>(left) + 1 : kFirstChunk;  // + 1 sees the end at once
 }
 
+bool allocate(sdat_text* text, size_t capacity) {
+    text->mapped = 0;
+    if (capacity >= kBulkText) {
+        text->data = static_cast<char*>(take_bulk(capacity, &text->mapped));
+        if (text->data) return true;
+    }
+    text->data = static_cast<char*>(malloc(capacity));
+    return text->data != nullptr;
+}
+
 bool grow(sdat_text* text, size_t* capacity) {
     if (*capacity > SIZE_MAX / 2) return false;
     size_t bigger = *capacity * 2;
-    void* data = realloc(text->data, bigger);
-    if (!data) return false;
-    text->data = static_cast<char*>(data);
+    if (text->mapped) {  // a file that grew while it was read
+        sdat_text old = *text;
+        if (!allocate(text, bigger)) {
+            *text = old;
+            return false;
+        }
+        memcpy(text->data, old.data, old.size);
+        give_back_bulk(old.data, old.mapped);
+    } else {
+        void* data = realloc(text->data, bigger);
+        if (!data) return false;
+        text->data = static_cast<char*>(data);
+    }
     *capacity = bigger;
     return true;
 }
@@ -36,10 +93,10 @@ bool grow(sdat_text* text, size_t* capacity) {
 
 int sdat_text_read(FILE* fp, sdat_text* text) {
     size_t capacity = expected_size(fp);
-    text->data = static_cast<char*>(malloc(capacity));
     text->size = 0;
     text->pos = 0;
-    if (!text->data) return 0;
+    text->nulFree = 0;
+    if (!allocate(text, capacity)) return 0;
     for (;;) {
         if (text->size == capacity && !grow(text, &capacity)) {
             sdat_text_free(text);
@@ -47,12 +104,19 @@ int sdat_text_read(FILE* fp, sdat_text* text) {
         }
         size_t got = fread(text->data + text->size, 1, capacity - text->size, fp);
         text->size += got;
-        if (got == 0) return 1;
+        if (got == 0) {
+            text->nulFree = memchr(text->data, '\0', text->size) == nullptr;
+            return 1;
+        }
     }
 }
 
 void sdat_text_free(sdat_text* text) {
-    free(text->data);
+    if (text->mapped)
+        give_back_bulk(text->data, text->mapped);
+    else
+        free(text->data);
+    text->mapped = 0;
     text->data = nullptr;
     text->size = 0;
     text->pos = 0;

@@ -8,6 +8,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "sensor/regmap_arena.h"
+
 namespace {
 
 // The type of a far file's own space on far bus `bus`.
@@ -80,9 +82,9 @@ bool append_spaces(ci_sensor_t* near, const ci_addr_space_val_t* add, ci_s32 cou
 bool append_registers(ci_sensor_t* near, const ci_sensor_t* far, const char* id, ci_s32 firstSpace) {
     if (far->num_regs <= 0) return true;
     size_t total = static_cast<size_t>(near->num_regs) + static_cast<size_t>(far->num_regs);
-    void* grown = realloc(near->regs, total * sizeof(ci_reg_data_t));
+    ci_reg_data_t* grown = regmap_grow_registers(near->regs, static_cast<size_t>(near->num_regs), total, 0);
     if (!grown) return false;
-    near->regs = static_cast<ci_reg_data_t*>(grown);
+    near->regs = grown;
     ci_addr_space_val_t* spaces = near->addr_space->addr_space_val;
     for (ci_s32 i = 0; i < far->num_regs; ++i) {
         const ci_reg_data_t* src = &far->regs[i];

@@ -1,0 +1,160 @@
+// Register and bitfield lines are read with the scan formats
+//   register   "%255[^=]= {%i, %39[^,], %i, %4[^,], %i, %760[^}]"
+//              (sdat_version 2 and above: "%i, " for the span after the
+//              space; the description texts may then be missing)
+//   bitfield   " {%255[^,], %i, %4[^,], %760[^}]"
+// and counted with the lenient form of the register format (255 characters
+// for the space and the access).  These are the line kinds of a large
+// sensor, so they are matched here directive by directive by hand, with
+// the same rules as sdat_scan: the items are found in place and only the
+// ones kept are copied.  The counting pass stops as soon as the answer is
+// known: a text item needs one character only there, so the description
+// texts are never walked.
+#define CK_SOURCE "sensor_data"
+#include <ctype.h>
+#include <string.h>
+
+#include "sensor/sdat_register_line.h"
+#include "sensor/sdat_scan.h"
+
+namespace {
+
+// One directive each; after a mismatch (the end of the line is one)
+// nothing more matches.  The line holds no NUL, and the character after
+// it ends a number (a terminator or a line end).
+class Shape {
+public:
+    explicit Shape(const sdat_span& line) : p_(line.text), end_(line.text + line.length) {}
+
+    // A blank in a format: any white space.
+    Shape& blanks() {
+        while (p_ < end_ && isspace(static_cast<unsigned char>(*p_))) ++p_;
+        return *this;
+    }
+    // A literal character.
+    Shape& lit(char c) {
+        ok_ = ok_ && p_ < end_ && *p_ == c;
+        if (ok_) ++p_;
+        return *this;
+    }
+    // "%W[^stop]": one to W characters other than stop.
+    Shape& run(char stop, int width, sdat_span* out = nullptr) {
+        if (!ok_) return *this;
+        const size_t left = static_cast<size_t>(end_ - p_);
+        const size_t length = left < static_cast<size_t>(width) ? left : static_cast<size_t>(width);
+        const void* at = memchr(p_, stop, length);
+        const size_t n = at ? static_cast<size_t>(static_cast<const char*>(at) - p_) : length;
+        ok_ = n > 0;
+        if (out) *out = sdat_span{p_, n};
+        p_ += n;
+        return *this;
+    }
+    // "%W[^stop]" as the last directive of a form test: one character is
+    // enough.
+    Shape& last_run(char stop) {
+        ok_ = ok_ && p_ < end_ && *p_ != stop;
+        return *this;
+    }
+    // "%i".
+    Shape& number(ci_u32* out = nullptr) {
+        if (!ok_) return *this;
+        blanks();
+        ok_ = p_ < end_;
+        if (!ok_) return *this;
+        if (!out) return skip_number();
+        const char* after = sdat_scan_int(p_, out);
+        ok_ = after != nullptr;
+        if (ok_) p_ = after;
+        return *this;
+    }
+    // ", " between items.
+    Shape& comma() { return lit(',').blanks(); }
+    bool matched() const { return ok_; }
+
+private:
+    // A number whose value is not wanted: a sign, then the digits of the
+    // base its prefix gives ("0x" hexadecimal, "0" octal, else decimal);
+    // "0x" alone counts as a number, as in a scan.
+    Shape& skip_number() {
+        if (*p_ == '-' || *p_ == '+') ++p_;
+        ok_ = p_ < end_ && *p_ >= '0' && *p_ <= '9';
+        if (!ok_) return *this;
+        if (p_[0] == '0' && end_ - p_ >= 2 && (p_[1] == 'x' || p_[1] == 'X')) {
+            p_ += 2;
+            while (p_ < end_ && isxdigit(static_cast<unsigned char>(*p_))) ++p_;
+        } else if (*p_ == '0') {
+            while (p_ < end_ && *p_ >= '0' && *p_ <= '7') ++p_;
+        } else {
+            while (p_ < end_ && *p_ >= '0' && *p_ <= '9') ++p_;
+        }
+        return *this;
+    }
+
+    const char* p_;
+    const char* end_;
+    bool ok_ = true;
+};
+
+void copy_span(char* dest, const sdat_span& span) {
+    memcpy(dest, span.text, span.length);
+    dest[span.length] = '\0';
+}
+
+sdat_span whole(const char* line) { return sdat_span{line, strlen(line)}; }
+
+}  // namespace
+
+int sdat_view_counts_as_register(const sdat_span* line, ci_s32 sdatVersion) {
+    if (!memchr(line->text, '=', line->length)) return 0;  // most lines of a section are bitfield lines
+    Shape s(*line);
+    s.run('=', 255).lit('=').blanks().lit('{').number().comma().run(',', 255).comma().number().comma();
+    if (sdatVersion >= 2) s.number().comma();
+    s.run(',', 255).comma().number().comma().last_run('}');
+    return s.matched();
+}
+
+int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
+    const sdat_span view = whole(line);
+    return sdat_view_counts_as_register(&view, sdatVersion);
+}
+
+int sdat_view_is_bitfield_line(const sdat_span* line) {
+    Shape s(*line);
+    s.blanks().lit('{').run(',', 255).comma().number().comma().run(',', 4).comma().last_run('}');
+    return s.matched();
+}
+
+int sdat_is_bitfield_line(const char* line) {
+    const sdat_span view = whole(line);
+    return sdat_view_is_bitfield_line(&view);
+}
+
+int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l) {
+    l->rest[0] = '\0';
+    l->span = 1;
+    sdat_span name{};
+    sdat_span space{};
+    sdat_span rw{};
+    Shape s(whole(line));
+    s.run('=', 255, &name).lit('=').blanks().lit('{').number(&l->addr).comma().run(',', 39, &space).comma();
+    if (sdatVersion >= 2) s.number(&l->span).comma();
+    s.number(&l->mask).comma().run(',', 4, &rw).comma().number(&l->def);
+    if (!s.matched()) return 0;
+    copy_span(l->name, name);
+    copy_span(l->space, space);
+    copy_span(l->rw, rw);
+    sdat_span rest{};
+    s.comma().run('}', 760, &rest);
+    if (s.matched()) {
+        copy_span(l->rest, rest);
+        return 1;
+    }
+    return sdatVersion >= 2;  // the texts may be missing there
+}
+
+int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts) {
+    Shape s(*line);
+    s.blanks().lit('{').run(',', 255, &parts->name).comma().number(&parts->mask).comma();
+    s.run(',', 4, &parts->rw).comma().run('}', 760, &parts->rest);
+    return s.matched();
+}
