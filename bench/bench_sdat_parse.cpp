@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "core/camkit_private.h"
+#include "transport/transport_common.h"
 
 namespace {
 
@@ -76,14 +77,21 @@ long file_size(const std::string& path) {
     return size;
 }
 
+// A camera with no device, built the way every transport builds one.
+const _transport_ops_t kParseOnlyOps = [] {
+    _transport_ops_t ops{};
+    ops.transportName = "bench";
+    return ops;
+}();
+
 struct BenchCamera {
-    ci_camera_t* camera;
-    BenchCamera() : camera(static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)))) { ci_InitCameraContext(camera); }
-    ~BenchCamera() {
-        if (camera->sensor) _freeSensor(camera);
-        ci_FreeCameraContext(camera);
-        free(camera);
+    ci_camera_t* camera = _transport_new_camera(&kParseOnlyOps, nullptr);
+    BenchCamera() {
+        if (camera == nullptr) abort();
     }
+    ~BenchCamera() { _transport_free_camera(&kParseOnlyOps, camera); }
+    BenchCamera(const BenchCamera&) = delete;
+    BenchCamera& operator=(const BenchCamera&) = delete;
 };
 
 void parse_once(ci_camera_t* camera, const std::string& path) {
