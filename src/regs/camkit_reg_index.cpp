@@ -7,7 +7,9 @@
 //  - addresses: register address -> the run of register indices at that
 //    address, in file order (the candidates are then checked against the
 //    wanted address space by the caller's rule);
-// and notes which of the MCU marker registers the description has.
+// and notes which of the MCU marker registers the description has and which
+// registers play a part in the MCU access-state tracking (their roles), so
+// that neither costs a name comparison on the access path.
 // The tables live in a process-wide map keyed by the description, guarded by
 // a reader/writer lock; a stale entry (the description's register array,
 // count or address-space table changed) is rebuilt on use.  Each thread also
@@ -30,7 +32,8 @@ namespace {
 
 struct NameSlot {
     ci_u32 hash;
-    ci_s32 index;  // -1: empty
+    ci_u32 length;  // of the name, so that most mismatches need no comparison
+    ci_s32 index;   // -1: empty
 };
 
 struct AddrSlot {
@@ -46,6 +49,7 @@ struct RegIndex {
     std::vector<NameSlot> names;
     std::vector<AddrSlot> addrs;
     std::vector<ci_s32> byAddr;
+    std::vector<ci_u8> roles;  // CK_ROLE_* bits of each register
     ci_u32 markers = 0;
 
     bool matches(const ci_sensor_t* sensor) const {
@@ -59,21 +63,24 @@ std::shared_mutex gIndexLock;
 std::unordered_map<const ci_sensor_t*, IndexPtr> gIndexes;
 std::atomic<ci_u64> gGeneration{0};
 
+// The thread's last index.  The part read on every lookup is plain data, so
+// that it costs no thread-local initialisation check; the owning pointer
+// beside it keeps that index alive while the thread may still use it.
 struct RecentIndex {
-    const ci_sensor_t* sensor = nullptr;
-    ci_u64 generation = 0;
-    IndexPtr index;
+    const ci_sensor_t* sensor;
+    ci_u64 generation;
+    const RegIndex* index;
 };
-thread_local RecentIndex tRecent;
+OSAL_THREAD_LOCAL RecentIndex tRecent = {nullptr, 0, nullptr};
+thread_local IndexPtr tRecentOwner;
 
 // Hash of a name that is the same for names equal without regard to case:
 // bit 5 of every byte (the case bit of ASCII letters) is cleared before
 // mixing.  Other characters may collide that way; candidates are always
 // compared in full.  Eight bytes are mixed at a time.
-ci_u32 nameHash(const char* name) {
+ci_u32 nameHash(const char* name, size_t len) {
     constexpr ci_u64 kFold = 0xDFDFDFDFDFDFDFDFull;
     constexpr ci_u64 kMul = 0x9E3779B97F4A7C15ull;
-    const size_t len = strlen(name);
     ci_u64 h = kMul ^ len;
     auto mix = [&h](ci_u64 word) {
         h = (h ^ (word & kFold)) * kMul;
@@ -111,22 +118,74 @@ bool sameName(const ci_reg_data_t& reg, const char* name) {
     return osal_stricmp(reg.unique_desc, name) == 0;
 }
 
+size_t nameLength(const ci_reg_data_t& reg) {
+    return strnlen(reg.unique_desc, sizeof reg.unique_desc);
+}
+
+// Byte equality of two short texts, eight bytes at a time (names are a few
+// dozen bytes: a library call would cost more than the comparison).
+bool sameBytes(const char* a, const char* b, size_t len) {
+    size_t i = 0;
+    for (; i + 8 <= len; i += 8) {
+        ci_u64 wa, wb;
+        memcpy(&wa, a + i, 8);
+        memcpy(&wb, b + i, 8);
+        if (wa != wb) {
+            return false;
+        }
+    }
+    for (; i < len; ++i) {
+        if (a[i] != b[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Names of equal length: callers mostly spell a name as the file does, so
+// the exact comparison usually settles it before any case folding.
+bool sameNameOfLength(const ci_reg_data_t& reg, const char* name, size_t len) {
+    return sameBytes(reg.unique_desc, name, len) || osal_strnicmp(reg.unique_desc, name, len) == 0;
+}
+
+// The names of the registers the access-state tracking watches.
+constexpr struct {
+    ci_u32 role;
+    const char* name;
+} kRoleNames[] = {
+    {CK_ROLE_ACCESS_CTL_STAT, "ACCESS_CTL_STAT"},
+    {CK_ROLE_ADVANCED_BASE, "ADVANCED_BASE"},
+    {CK_ROLE_MCU_ADDRESS, "MCU_ADDRESS"},
+    {CK_ROLE_PHYSICAL_ADDR_ACCESS, "PHYSICAL_ADDR_ACCESS"},
+    {CK_ROLE_PHYSICAL_ADDRESS_ACCESS, "PHYSICAL_ADDRESS_ACCESS"},
+    {CK_ROLE_LOGICAL_ADDRESS_ACCESS, "LOGICAL_ADDRESS_ACCESS"},
+};
+
+void buildRoles(RegIndex& index) {
+    index.roles.assign((size_t)index.numRegs, 0);
+    for (ci_s32 i = 0; i < index.numRegs; ++i) {
+        index.roles[(size_t)i] = (ci_u8)_regRoleOfName(index.regs[i].unique_desc);
+    }
+}
+
 void buildNames(RegIndex& index) {
-    index.names.assign(tableSize(index.numRegs), NameSlot{0, -1});
+    index.names.assign(tableSize(index.numRegs), NameSlot{0, 0, -1});
     const size_t mask = index.names.size() - 1;
     for (ci_s32 i = 0; i < index.numRegs; ++i) {
-        const ci_u32 h = nameHash(index.regs[i].unique_desc);
+        const ci_reg_data_t& reg = index.regs[i];
+        const size_t len = nameLength(reg);
+        const ci_u32 h = nameHash(reg.unique_desc, len);
         size_t slot = h & mask;
         // The first occurrence of a name wins: a later duplicate is not stored.
         while (index.names[slot].index >= 0) {
             const NameSlot& s = index.names[slot];
-            if (s.hash == h && sameName(index.regs[s.index], index.regs[i].unique_desc)) {
+            if (s.hash == h && s.length == len && sameNameOfLength(index.regs[s.index], reg.unique_desc, len)) {
                 break;
             }
             slot = (slot + 1) & mask;
         }
         if (index.names[slot].index < 0) {
-            index.names[slot] = NameSlot{h, i};
+            index.names[slot] = NameSlot{h, (ci_u32)len, i};
         }
     }
 }
@@ -157,11 +216,12 @@ void buildAddrs(RegIndex& index) {
 }
 
 ci_s32 probeName(const RegIndex& index, const char* name) {
-    const ci_u32 h = nameHash(name);
+    const size_t len = strlen(name);
+    const ci_u32 h = nameHash(name, len);
     const size_t mask = index.names.size() - 1;
     for (size_t slot = h & mask; index.names[slot].index >= 0; slot = (slot + 1) & mask) {
         const NameSlot& s = index.names[slot];
-        if (s.hash == h && sameName(index.regs[s.index], name)) {
+        if (s.hash == h && s.length == len && sameNameOfLength(index.regs[s.index], name, len)) {
             return s.index;
         }
     }
@@ -196,6 +256,7 @@ IndexPtr makeIndex(const ci_sensor_t* sensor) {
     index->addrSpace = sensor->addr_space;
     buildNames(*index);
     buildAddrs(*index);
+    buildRoles(*index);
     index->markers = markersBy([&index](const char* name) { return probeName(*index, name); });
     return index;
 }
@@ -268,16 +329,15 @@ const RegIndex* indexFor(const ci_sensor_t* sensor) {
     const ci_u64 generation = gGeneration.load(std::memory_order_acquire);
     RecentIndex& recent = tRecent;
     if (recent.sensor == sensor && recent.generation == generation && recent.index->matches(sensor)) {
-        return recent.index.get();
+        return recent.index;
     }
     IndexPtr index = freshIndex(sensor);
     if (!index) {
         return nullptr;
     }
-    recent.sensor = sensor;
-    recent.generation = generation;
-    recent.index = std::move(index);
-    return recent.index.get();
+    recent = RecentIndex{sensor, generation, index.get()};
+    tRecentOwner = std::move(index);
+    return recent.index;
 }
 
 // Answers from the index (building it first when needed), else by scanning.
@@ -333,6 +393,25 @@ ci_s32 _regIndexFindAddr(ci_camera_t* camera, ci_u32 addr, ci_u32 space, ci_u32 
         return -1;
     };
     return lookup(sensor, query, [=] { return scanAddr(camera, addr, space, type); });
+}
+
+ci_u32 _regRoleOfName(const char* name) {
+    for (const auto& known : kRoleNames) {
+        if (osal_stricmp(name, known.name) == 0) {
+            return known.role;
+        }
+    }
+    return 0;
+}
+
+ci_u32 _regRoles(const ci_sensor_t* sensor, const ci_reg_data_t* reg) {
+    const ci_s32 i = sensor ? _regIndexOfRecord(sensor, reg) : -1;
+    if (i >= 0) {
+        if (const RegIndex* index = indexFor(sensor)) {
+            return index->roles[(size_t)i];
+        }
+    }
+    return _regRoleOfName(reg->unique_desc);
 }
 
 ci_u32 _regIndexMarkers(const ci_sensor_t* sensor) {
