@@ -37,7 +37,7 @@ ci_s32 storeInSpaces(ci_camera_t* camera, const ci_reg_data_t* reg, ci_u32 val) 
 
 // The cache entry of one of the description's own records, found by pointer
 // arithmetic; null for any other record or without a cache.
-_regCache* recordEntry(ci_camera_t* camera, const ci_reg_data_t* reg) {
+inline _regCache* recordEntry(ci_camera_t* camera, const ci_reg_data_t* reg) {
     const ci_sensor_t* sensor = (camera && reg) ? camera->sensor : nullptr;
     const _common_context_t* context = _ctx(camera);
     if (!sensor || !context || !context->reg_cache) {
