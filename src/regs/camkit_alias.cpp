@@ -54,12 +54,6 @@ bool isPlainRegister(const ci_reg_data_t* reg) {
     return !reg->addr_space || reg->addr_space->type == CI_REG_ADDR;
 }
 
-// Direct-only mode answers for the mapped windows alone, and both lie in
-// 0x8000..0xFFFF (style 71's at 0xE000): any other address is settled
-// without asking the MCU style, which every plain read would pay for.
-bool outsideWindows(const ci_reg_data_t* reg) {
-    return reg->reg_addr < 0x8000u || reg->reg_addr > 0xFFFFu;
-}
 
 // Full mode refreshes an unknown access state from the device.
 void refreshIfUnknown(ci_camera_t* camera, bool full, ci_u32 value) {
@@ -166,7 +160,9 @@ void forgetOverlaps(ci_camera_t* camera, const Target& t, ci_s32 width) {
 ci_s32 _findRamAlias(ci_camera_t* camera, ci_reg_data_t* reg, ci_s32 directOnly, ci_reg_data_t** var) {
     if (var) *var = nullptr;
     if (!camera || !_ctx(camera) || !camera->sensor || !reg || !isPlainRegister(reg)) return 0;
-    if (directOnly != 0 && outsideWindows(reg)) return 0;
+    // Direct-only mode answers for the mapped windows alone: any other address
+    // is settled without asking the MCU style.
+    if (directOnly != 0 && !_inMappedWindows(reg->reg_addr)) return 0;
     const ci_s32 style = ci_McuAddrStyle(camera);
     Target t;
     if (!locate(camera, style, reg, directOnly == 0, &t)) return 0;

@@ -28,6 +28,7 @@
 #include <mutex>
 #include <shared_mutex>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "regs/regs_internal.h"
@@ -72,7 +73,9 @@ struct RegIndex {
     std::vector<NameSlot> names;
     std::vector<AddrSlot> addrs;
     std::vector<AddrCandidate> byAddr;
-    std::vector<ci_u8> roles;  // CK_ROLE_* bits of each register
+    // The few registers with a part in the tracking (most have none), so that
+    // asking after any register reads one short list, not a table entry.
+    std::vector<std::pair<ci_s32, ci_u32>> roles;  // register index, CK_ROLE_* bits
     ci_u32 markers = 0;
 
     // The index keeps the records' address-space pointers, so a new array of
@@ -123,14 +126,12 @@ inline ci_u32 finish(ci_u64 h) {
 // compared in full.  Eight bytes are mixed at a time; the last (partial)
 // group of a name of eight bytes or more is the word that ends the name,
 // overlapping the one before.
-ci_u32 nameHash(const char* name, size_t len) {
+inline ci_u32 nameHash(const char* name, size_t len) {
     constexpr ci_u64 kFold = 0xDFDFDFDFDFDFDFDFull;
     constexpr ci_u64 kMul = 0x9E3779B97F4A7C15ull;
     ci_u64 h = kMul ^ len;
-    auto mix = [&h](ci_u64 word) {
-        h = (h ^ (word & kFold)) * kMul;
-        h ^= h >> 29;
-    };
+    // Each step is a bijection of h; finish() then spreads the high bits.
+    auto mix = [&h](ci_u64 word) { h = (h ^ (word & kFold)) * kMul; };
     if (len < 8) {
         ci_u64 tail = 0;
         for (size_t k = 0; k < len; ++k) {
@@ -207,9 +208,10 @@ constexpr struct {
 };
 
 void buildRoles(RegIndex& index) {
-    index.roles.assign((size_t)index.numRegs, 0);
     for (ci_s32 i = 0; i < index.numRegs; ++i) {
-        index.roles[(size_t)i] = (ci_u8)_regRoleOfName(index.regs[i].unique_desc);
+        if (const ci_u32 roles = _regRoleOfName(index.regs[i].unique_desc)) {
+            index.roles.emplace_back(i, roles);
+        }
     }
 }
 
@@ -481,7 +483,12 @@ ci_u32 _regRoles(const ci_sensor_t* sensor, const ci_reg_data_t* reg) {
     const ci_s32 i = sensor ? _regIndexOfRecord(sensor, reg) : -1;
     if (i >= 0) {
         if (const RegIndex* index = indexFor(sensor)) {
-            return index->roles[(size_t)i];
+            for (const auto& [at, roles] : index->roles) {
+                if (at == i) {
+                    return roles;
+                }
+            }
+            return 0;
         }
     }
     return _regRoleOfName(reg->unique_desc);

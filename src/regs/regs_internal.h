@@ -118,6 +118,13 @@ private:
     osal_mutex* lock_;
 };
 
+// The MCU's mapped windows (style 55's, and style 71's at 0xE000) lie in
+// 0x8000..0xFFFF: a plain register elsewhere never shows MCU memory without
+// a port, so a read (which never asks the port) need not resolve aliases.
+static inline bool _inMappedWindows(ci_u32 addr) {
+    return addr >= 0x8000u && addr <= 0xFFFFu;
+}
+
 // Address type of a register record (CI_REG_ADDR without an address space).
 static inline ci_addr_type _regType(const ci_reg_data_t* reg) {
     return reg->addr_space ? reg->addr_space->type : CI_REG_ADDR;
