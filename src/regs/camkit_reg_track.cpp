@@ -34,7 +34,6 @@ ci_u32 rolesOf(ci_camera_t* camera, const ci_reg_data_t* reg) {
     return _regRoles(camera->sensor, reg);
 }
 
-
 void takeRegion(_sg_context_t* shared, ci_u32 val) {
     shared->current_phy_region = (val >> 6) & 0x3u;
     shared->current_phy_a15 = val & 0x1u;

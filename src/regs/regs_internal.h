@@ -106,15 +106,17 @@ void _regCacheMarkEntry(ci_camera_t* camera, ci_s32 index, ci_u32 flag);
 // have its context.
 class RegisterLock {
 public:
-    explicit RegisterLock(ci_camera_t* camera) : lock_(&_ctx(camera)->criticalSection) {
-        assert(camera && camera->context);
-        osal_enter_critical_section(lock_);
-    }
+    explicit RegisterLock(ci_camera_t* camera) : lock_(lockOf(camera)) { osal_enter_critical_section(lock_); }
     ~RegisterLock() { osal_leave_critical_section(lock_); }
     RegisterLock(const RegisterLock&) = delete;
     RegisterLock& operator=(const RegisterLock&) = delete;
 
 private:
+    static osal_mutex* lockOf(ci_camera_t* camera) {
+        assert(camera && camera->context);
+        return &_ctx(camera)->criticalSection;
+    }
+
     osal_mutex* lock_;
 };
 
