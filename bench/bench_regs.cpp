@@ -1,15 +1,20 @@
 // Register lookup and access costs, each reported as a ratio measured within
 // one run:
 //  - name lookup and address lookup on a 5,000-register sensor against a
-//    50-register sensor (the index should keep the ratio near 1);
+//    50-register sensor (the index should keep the ratio near 1), also with
+//    other work between the lookups that pushes the tables out of the
+//    processor's caches (the cost of that work, measured alone in the same
+//    run, is taken off both);
 //  - a cached read by name, an uncached read through a transport that does
-//    nothing, and the uncached read against a bare lock/unlock pair of the
+//    nothing, and each of them against a bare lock/unlock pair of the
 //    camera's recursive mutex.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -48,10 +53,12 @@ public:
         ctx->writeSensorRegistersNolock = [](ci_camera_t*, ci_u32, ci_u32, ci_u32, ci_u32*) { return 0; };
         _init_global_context(camera_);
         _init_reg_cache(camera_);
-        // Lookups cycle through a spread of the sensor's names.
+        // Lookups cycle through a spread of the sensor's names and addresses
+        // (tables, so that the loops measure no division).
         std::vector<std::string> spread;
-        for (size_t k = 0; k < 64; ++k) spread.push_back(names_[(k * 7919) % names_.size()]);
+        for (size_t k = 0; k < kNames; ++k) spread.push_back(names_[(k * 7919) % names_.size()]);
         names_.swap(spread);
+        for (size_t k = 0; k < kAddrs; ++k) addrs_.push_back((ci_u32)((k * 7919) % (size_t)n / 2) * 2);
     }
     ~BenchCamera() {
         ci_DestructSensor(camera_->sensor);
@@ -61,23 +68,32 @@ public:
         free(camera_);
     }
     ci_camera_t* get() const { return camera_; }
-    const char* name(size_t k) const { return names_[k % names_.size()].c_str(); }
-    ci_u32 addr(size_t k) const { return (ci_u32)((k * 7919) % (size_t)camera_->sensor->num_regs / 2) * 2; }
+    const char* name(size_t k) const { return names_[k & (kNames - 1)].c_str(); }
+    ci_u32 addr(size_t k) const { return addrs_[k & (kAddrs - 1)]; }
 
 private:
     ci_camera_t* camera_;
+    static constexpr size_t kNames = 64;
+    static constexpr size_t kAddrs = 2048;
     std::vector<std::string> names_;
+    std::vector<ci_u32> addrs_;
 };
 
 constexpr int kReps = 2000;
 
-// Nanoseconds per call of op over kReps calls.
+// Nanoseconds of the thread's own CPU time per call of op over kReps calls
+// (the machine may be shared: time spent in other processes is not counted).
+double threadNs() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return (double)now.tv_sec * 1e9 + (double)now.tv_nsec;
+}
+
 template <typename Op>
 double nsPerOp(Op op) {
-    const auto start = std::chrono::steady_clock::now();
+    const double start = threadNs();
     for (int k = 0; k < kReps; ++k) op(k);
-    const auto end = std::chrono::steady_clock::now();
-    return std::chrono::duration<double, std::nano>(end - start).count() / kReps;
+    return (threadNs() - start) / kReps;
 }
 
 // Runs both measurements alternately for the whole benchmark and reports
@@ -92,6 +108,70 @@ void compare(benchmark::State& state, const char* label, const char* first, A a,
     const double n = (double)state.iterations();
     state.counters[first] = sumA / n;
     state.counters[second] = sumB / n;
+    state.counters["ratio"] = sumB / sumA;
+    state.SetLabel(label);
+}
+
+// Work an application does between two lookups: it walks on through a
+// buffer, 2 MiB per call, enough to push the lookup tables of either sensor
+// out of the core's own caches (the buffer still fits the shared last
+// level, so both sensors' tables are as far away as each other).
+class OtherWork {
+public:
+    OtherWork() : words_(kBytes / sizeof(ci_u64), 1) {}
+    void operator()() {
+        for (size_t k = 0; k < kStep / kLine; ++k) {
+            sum_ += words_[next_];
+            next_ = (next_ + kLine / sizeof(ci_u64)) % words_.size();
+        }
+        benchmark::DoNotOptimize(sum_);
+    }
+
+private:
+    static constexpr size_t kBytes = 8u << 20;
+    static constexpr size_t kStep = 2u << 20;
+    static constexpr size_t kLine = 64;
+    std::vector<ci_u64> words_;
+    size_t next_ = 0;
+    ci_u64 sum_ = 0;
+};
+
+// The median of one call of op, each call timed on its own right after the
+// other work, less the median cost of reading the clock twice.
+template <typename Op>
+double coldNs(OtherWork& work, Op op) {
+    constexpr int kSamples = 201;
+    using Clock = std::chrono::steady_clock;
+    std::vector<double> calls, clock;
+    for (int k = 0; k < kSamples; ++k) {
+        work();
+        const auto start = Clock::now();
+        op(k);
+        const auto end = Clock::now();
+        calls.push_back(std::chrono::duration<double, std::nano>(end - start).count());
+        const auto again = Clock::now();
+        clock.push_back(std::chrono::duration<double, std::nano>(Clock::now() - again).count());
+    }
+    auto median = [](std::vector<double>& v) {
+        std::nth_element(v.begin(), v.begin() + (ptrdiff_t)v.size() / 2, v.end());
+        return v[v.size() / 2];
+    };
+    return median(calls) - median(clock);
+}
+
+// As compare, each call of a and b made right after other work; the calls
+// are timed one by one and their medians compared.
+template <typename A, typename B>
+void compareCold(benchmark::State& state, const char* label, A a, B b) {
+    OtherWork work;
+    double sumA = 0, sumB = 0;
+    for (auto _ : state) {
+        sumA += coldNs(work, a);
+        sumB += coldNs(work, b);
+    }
+    const double n = (double)state.iterations();
+    state.counters["ns_50"] = sumA / n;
+    state.counters["ns_5000"] = sumB / n;
     state.counters["ratio"] = sumB / sumA;
     state.SetLabel(label);
 }
@@ -114,6 +194,31 @@ void BM_AddrLookup5000vs50(benchmark::State& state) {
 }
 BENCHMARK(BM_AddrLookup5000vs50);
 
+// Both sensors are asked for the same number of different keys (16, all
+// distinct on either), so that a key comes back after as much other work on
+// both: only the size of the tables differs.
+size_t coldKey(int k) {
+    return (size_t)k & 15;
+}
+
+void BM_ColdNameLookup5000vs50(benchmark::State& state) {
+    BenchCamera small(50), big(5000);
+    compareCold(
+        state, "name lookup 50 vs 5000, other work between",
+        [&](int k) { benchmark::DoNotOptimize(ci_FindRegister(small.get(), small.name(coldKey(k)))); },
+        [&](int k) { benchmark::DoNotOptimize(ci_FindRegister(big.get(), big.name(coldKey(k)))); });
+}
+BENCHMARK(BM_ColdNameLookup5000vs50);
+
+void BM_ColdAddrLookup5000vs50(benchmark::State& state) {
+    BenchCamera small(50), big(5000);
+    compareCold(
+        state, "address lookup 50 vs 5000, other work between",
+        [&](int k) { benchmark::DoNotOptimize(ci_FindRegisterAddr(small.get(), small.addr(coldKey(k)), 1, CI_REG_ADDR)); },
+        [&](int k) { benchmark::DoNotOptimize(ci_FindRegisterAddr(big.get(), big.addr(coldKey(k)), 1, CI_REG_ADDR)); });
+}
+BENCHMARK(BM_ColdAddrLookup5000vs50);
+
 void BM_CachedVsUncachedRead(benchmark::State& state) {
     BenchCamera cam(5000);
     ci_u32 v = 0;
@@ -132,19 +237,30 @@ void BM_CachedVsUncachedRead(benchmark::State& state) {
 }
 BENCHMARK(BM_CachedVsUncachedRead);
 
-void BM_UncachedReadVsMutex(benchmark::State& state) {
+// Reads by name with the given cache use against the bare lock pair.
+void readVsMutex(benchmark::State& state, ci_u32 cacheUse, const char* label) {
     BenchCamera cam(5000);
-    ci_setMode(cam.get(), CI_USE_REG_CACHE, 0);
+    ci_setMode(cam.get(), CI_USE_REG_CACHE, cacheUse);
     osal_mutex* lock = &_ctx(cam.get())->criticalSection;
     ci_u32 v = 0;
+    for (size_t k = 0; k < 64; ++k) ci_ReadSensorRegStr(cam.get(), cam.name(k), nullptr, &v);
     compare(
-        state, "lock pair vs uncached read", "mutex_ns",
+        state, label, "mutex_ns",
         [&](int) {
             osal_enter_critical_section(lock);
             osal_leave_critical_section(lock);
         },
-        "uncached_ns", [&](int k) { ci_ReadSensorRegStr(cam.get(), cam.name((size_t)k), nullptr, &v); });
+        "read_ns", [&](int k) { ci_ReadSensorRegStr(cam.get(), cam.name((size_t)k), nullptr, &v); });
+}
+
+void BM_UncachedReadVsMutex(benchmark::State& state) {
+    readVsMutex(state, 0, "lock pair vs uncached read");
 }
 BENCHMARK(BM_UncachedReadVsMutex);
+
+void BM_CachedReadVsMutex(benchmark::State& state) {
+    readVsMutex(state, 1, "lock pair vs cached read");
+}
+BENCHMARK(BM_CachedReadVsMutex);
 
 }  // namespace

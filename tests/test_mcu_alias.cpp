@@ -2,6 +2,8 @@
 // 71 and the data port of the indirect styles.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "mcu_sim.h"
 
 namespace {
@@ -49,6 +51,30 @@ TEST(McuAlias, DataPortWritesUpdateTheVariablesItPointsAt) {
     ASSERT_EQ(ci_WriteSensorRegStr(c, "MCU_ADDRESS", "", 0x0C18), 0);
     ASSERT_EQ(ci_WriteSensorRegStr(c, "MCU_DATA_0", "", 0xAAAA), 0);
     EXPECT_EQ(c.cached("Q18"), -1);
+}
+
+// The access state follows every register named like the protocol's control
+// register, whatever its case and wherever it stands in the file.
+TEST(McuAlias, ControlRegisterReadsTrackTheStateUnderAnySpelling) {
+    McuCamera c(55, McuSim::sensor(55).reg("B14", 0x14, 0xFF).in("VAR3")
+                        .reg("access_ctl_stat", McuSim::kCtl).reg("PORT_POINTER", McuSim::kAddr));
+    ci_reg_data_t* spelled = nullptr;
+    for (ci_s32 i = 0; i < c.cam.sensor()->num_regs; ++i) {
+        if (strcmp(c.cam.sensor()->regs[i].unique_desc, "access_ctl_stat") == 0) spelled = &c.cam.sensor()->regs[i];
+    }
+    ASSERT_NE(spelled, nullptr);
+    ASSERT_NE(spelled, c.cam.reg("ACCESS_CTL_STAT"));
+    ASSERT_EQ(ci_WriteSfr(c, 1, 0x8000, 2, 0), 0);  // physical state
+    ASSERT_EQ(ci_FindRegisterAddr(c, 0x8C14, 0, CI_REG_ADDR), nullptr);
+    // The device goes logical through a register the tracking does not watch...
+    ASSERT_EQ(ci_WriteSensorRegStr(c, "PORT_POINTER", "", 0x0C14), 0);
+    ASSERT_EQ(ci_FindRegisterAddr(c, 0x8C14, 0, CI_REG_ADDR), nullptr);
+    // ... and a read of the control register under its other spelling tells.
+    c.cam.useCache(0);
+    ci_u32 status = 0;
+    ASSERT_EQ(ci_ReadSensorReg(c, spelled, &status), 0);
+    EXPECT_EQ(status & 0x4u, 0u);
+    EXPECT_EQ(ci_FindRegisterAddr(c, 0x8C14, 0, CI_REG_ADDR), c.cam.reg("B14"));
 }
 
 }  // namespace

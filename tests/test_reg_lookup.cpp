@@ -1,7 +1,10 @@
 // Register lookup: in chips, by pattern, by address and through the index.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "sensor_builder.h"
 
@@ -104,6 +107,58 @@ TEST(RegisterIndex, AgreesWithFileOrderOnABigSensor) {
             EXPECT_EQ(_GetRegCacheIndex(cam, addr, space, CI_REG_ADDR), expected) << addr << "/" << space;
         }
     }
+}
+
+// Names of every length around the hashing and comparison steps (words of
+// eight bytes, the head the index keeps of each name), alike in all but
+// their last character or their case, must still find their own register.
+TEST(RegisterIndex, TellsApartNamesThatDifferLateOrOnlyInCase) {
+    SensorBuilder b;
+    std::vector<std::string> names;
+    for (size_t len = 1; len <= 45; ++len) {
+        for (char last : {'A', 'B'}) {
+            names.push_back(std::string(len - 1, 'X') + last);
+            b.reg(names.back().c_str(), (ci_u32)names.size());
+        }
+    }
+    b.reg("Mixed_Case_Name_Longer_Than_Twenty", 0x500).reg("MIXED_CASE_NAME_LONGER_THAN_TWENTY", 0x502);
+    TestCamera cam(b);
+    for (size_t i = 0; i < names.size(); ++i) {
+        std::string lower = names[i];
+        for (char& c : lower) c = (char)tolower((unsigned char)c);
+        EXPECT_EQ(_getRegIndex(cam, names[i].c_str()), (ci_s32)i) << names[i];
+        EXPECT_EQ(_getRegIndex(cam, lower.c_str()), (ci_s32)i) << lower;
+    }
+    // The earlier of two names equal but for case answers both spellings.
+    EXPECT_EQ(nameOf(ci_FindRegister(cam, "mixed_case_NAME_longer_than_twenty")), "Mixed_Case_Name_Longer_Than_Twenty");
+    EXPECT_EQ(_getRegIndex(cam, "XXXXXXXXXXXXXXXXXXXXXC"), -1);
+    EXPECT_EQ(_getRegIndex(cam, "XXXXXXXXXXXXXXXXXXXXXAA"), -1);
+}
+
+// A description whose address-space values move to a new array (as when a
+// far sensor's spaces are appended) must not be answered from the records'
+// old space pointers.
+TEST(RegisterIndex, FollowsAddressSpaceValuesToTheirNewArray) {
+    TestCamera cam(spacedSensor(0, 0x3F));
+    ci_sensor_t* s = cam.sensor();
+    ASSERT_EQ(nameOf(ci_FindRegisterAddr(cam, 0x60, 3, CI_REG_ADDR)), "P3");
+    ci_addr_space_t* table = s->addr_space;
+    ci_addr_space_val_t* old = table->addr_space_val;
+    const size_t n = (size_t)table->num_vals;
+    auto* moved = static_cast<ci_addr_space_val_t*>(malloc(n * sizeof(ci_addr_space_val_t)));
+    ASSERT_NE(moved, nullptr);
+    memcpy(moved, old, n * sizeof *moved);
+    for (size_t i = 0; i < n; ++i) {
+        if (moved[i].type == CI_REG_ADDR) moved[i].val ^= 3;  // PAGE0 becomes value 3, PAGE3 value 0
+    }
+    for (ci_s32 i = 0; i < s->num_regs; ++i) {
+        if (s->regs[i].addr_space) s->regs[i].addr_space = moved + (s->regs[i].addr_space - old);
+    }
+    memset(old, 0xA5, n * sizeof *old);
+    free(old);
+    table->addr_space_val = moved;
+    EXPECT_EQ(nameOf(ci_FindRegisterAddr(cam, 0x60, 3, CI_REG_ADDR)), "P0");
+    EXPECT_EQ(nameOf(ci_FindRegisterAddr(cam, 0x60, 0, CI_REG_ADDR)), "P3");
 }
 
 }  // namespace

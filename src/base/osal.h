@@ -37,11 +37,24 @@ struct osal_findfile {
 
 // Locks (recursive mutexes).  The name is accepted and not used here.
 void osal_init_critical_section(osal_mutex* mutex, const char* name);
-void osal_enter_critical_section(osal_mutex* mutex);
-void osal_leave_critical_section(osal_mutex* mutex);
+// Entering and leaving are on every register access: inline, so that a pair
+// costs what the mutex costs.
+inline void osal_enter_critical_section(osal_mutex* mutex) {
+    if (mutex) pthread_mutex_lock(mutex);
+}
+inline void osal_leave_critical_section(osal_mutex* mutex) {
+    if (mutex) pthread_mutex_unlock(mutex);
+}
 void osal_delete_critical_section(osal_mutex* mutex);
 
 // Thread-local storage: two pointer slots per thread.
+// Thread-locals on the register path use the initial-exec model: an access
+// is a load at a fixed offset from the thread pointer, with no call into the
+// dynamic loader, also from the shared library.  When the library is opened
+// later with dlopen (the Python module), these few bytes come from the static
+// TLS reserve the C library keeps for that case, so keep them few and small:
+// plain data only (no constructor or destructor).
+#define OSAL_THREAD_LOCAL thread_local __attribute__((tls_model("initial-exec")))
 void* osal_alloc_thread_local(ci_u32* index, ci_u32 count, size_t size, const void* init_data);
 void* osal_get_thread_local(ci_u32 index);
 void osal_free_thread_local(ci_u32* index);

@@ -13,14 +13,6 @@ void osal_init_critical_section(osal_mutex* mutex, const char* name) {
     pthread_mutexattr_destroy(&attr);
 }
 
-void osal_enter_critical_section(osal_mutex* mutex) {
-    if (mutex) pthread_mutex_lock(mutex);
-}
-
-void osal_leave_critical_section(osal_mutex* mutex) {
-    if (mutex) pthread_mutex_unlock(mutex);
-}
-
 void osal_delete_critical_section(osal_mutex* mutex) {
     if (mutex) pthread_mutex_destroy(mutex);
 }

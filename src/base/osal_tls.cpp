@@ -9,7 +9,7 @@
 
 namespace {
 
-thread_local void* t_slots[OSAL_TLS_SLOTS] = {};
+OSAL_THREAD_LOCAL void* t_slots[OSAL_TLS_SLOTS] = {};
 
 // Picks the last empty slot of the calling thread, or OSAL_TLS_NONE.
 ci_u32 pick_free_slot() {

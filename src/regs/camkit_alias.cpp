@@ -54,6 +54,7 @@ bool isPlainRegister(const ci_reg_data_t* reg) {
     return !reg->addr_space || reg->addr_space->type == CI_REG_ADDR;
 }
 
+
 // Full mode refreshes an unknown access state from the device.
 void refreshIfUnknown(ci_camera_t* camera, bool full, ci_u32 value) {
     if (!full || value != CI_ACCESS_UNKNOWN) return;
@@ -159,6 +160,9 @@ void forgetOverlaps(ci_camera_t* camera, const Target& t, ci_s32 width) {
 ci_s32 _findRamAlias(ci_camera_t* camera, ci_reg_data_t* reg, ci_s32 directOnly, ci_reg_data_t** var) {
     if (var) *var = nullptr;
     if (!camera || !_ctx(camera) || !camera->sensor || !reg || !isPlainRegister(reg)) return 0;
+    // Direct-only mode answers for the mapped windows alone: any other address
+    // is settled without asking the MCU style.
+    if (directOnly != 0 && !_inMappedWindows(reg->reg_addr)) return 0;
     const ci_s32 style = ci_McuAddrStyle(camera);
     Target t;
     if (!locate(camera, style, reg, directOnly == 0, &t)) return 0;

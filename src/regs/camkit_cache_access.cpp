@@ -1,7 +1,5 @@
 // Reading and storing register cache entries by index, address and record.
 #define CK_SOURCE "camkit_cache"
-#include <functional>
-
 #include "regs/regs_internal.h"
 
 namespace {
@@ -37,21 +35,23 @@ ci_s32 storeInSpaces(ci_camera_t* camera, const ci_reg_data_t* reg, ci_u32 val) 
     return (ci_s32)reg->reg_space;
 }
 
+// The cache entry of one of the description's own records, found by pointer
+// arithmetic; null for any other record or without a cache.
+inline _regCache* recordEntry(ci_camera_t* camera, const ci_reg_data_t* reg) {
+    const ci_sensor_t* sensor = (camera && reg) ? camera->sensor : nullptr;
+    const _common_context_t* context = _ctx(camera);
+    if (!sensor || !context || !context->reg_cache) {
+        return nullptr;
+    }
+    const ci_s32 index = _regIndexOfRecord(sensor, reg);
+    return (index >= 0 && index < context->num_cache_regs) ? &context->reg_cache[index] : nullptr;
+}
+
 }  // namespace
 
 ci_s32 _regCacheIndexOfRecord(ci_camera_t* camera, const ci_reg_data_t* reg) {
-    const ci_sensor_t* sensor = (camera && reg) ? camera->sensor : nullptr;
-    if (!sensor || !sensor->regs || sensor->num_regs <= 0) {
-        return -1;
-    }
-    // std::less gives a total order even for pointers into different arrays.
-    std::less<const ci_reg_data_t*> before;
-    const ci_reg_data_t* first = sensor->regs;
-    const ci_reg_data_t* end = sensor->regs + sensor->num_regs;
-    if (before(reg, first) || !before(reg, end)) {
-        return -1;
-    }
-    return (ci_s32)(reg - first);
+    const ci_sensor_t* sensor = camera ? camera->sensor : nullptr;
+    return sensor ? _regIndexOfRecord(sensor, reg) : -1;
 }
 
 ci_s32 _GetRegCacheIndex(ci_camera_t* camera, ci_u32 regAddr, ci_u32 space, ci_addr_type type) {
@@ -71,8 +71,14 @@ ci_s32 _GetRegCacheValueAddr(ci_camera_t* camera, ci_addr_type type, ci_u32 spac
     return _GetRegCacheValueI(camera, _GetRegCacheIndex(camera, regAddr, space, type), val);
 }
 
+// Asked by every read the thread wants served from the cache.
 ci_s32 _regCacheGetReg(ci_camera_t* camera, const ci_reg_data_t* reg, ci_u32* val) {
-    return _GetRegCacheValueI(camera, _regCacheIndexOfRecord(camera, reg), val) >= 0 ? 0 : 1;
+    const _regCache* entry = recordEntry(camera, reg);
+    if (!entry) {
+        return 1;
+    }
+    *val = entry->value;
+    return (entry->flags & kNotServed) ? 1 : 0;
 }
 
 ci_s32 ci_GetRegCacheValueReg(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32* val) {
@@ -97,12 +103,21 @@ ci_s32 _SetRegCacheValueAddr(ci_camera_t* camera, ci_addr_type type, ci_u32 spac
     return _SetRegCacheValueI(camera, _GetRegCacheIndex(camera, regAddr, space, type), val);
 }
 
+// Asked after every device read and write: the record's own entry is found
+// by pointer arithmetic and stored without further lookups.
 ci_s32 _SetRegCacheValueReg(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
-    if (!reg) {
+    const ci_sensor_t* sensor = (camera && reg) ? camera->sensor : nullptr;
+    if (!sensor) {
         return -1;
     }
-    if (reg->reg_space != 0 && ci_IsArrayImager(camera)) {
+    if (reg->reg_space != 0 && sensor->sensorType == CI_ARRAY_IMAGER_SENSOR) {
         return storeInSpaces(camera, reg, val);
     }
-    return _SetRegCacheValueI(camera, _regCacheIndexOfRecord(camera, reg), val);
+    _regCache* entry = recordEntry(camera, reg);
+    if (!entry) {
+        return -1;
+    }
+    entry->value = val;
+    entry->flags &= ~CI_CACHE_INVALID;
+    return (ci_s32)(entry - _ctx(camera)->reg_cache);
 }

@@ -17,9 +17,9 @@ bool directAccessDisabled(ci_camera_t* camera) {
     return enabled == 0;
 }
 
-// Sensors of the generic types are told apart by their registers.
-ci_s32 genericAddrStyle(const ci_sensor_t* sensor) {
-    const ci_u32 markers = _regIndexMarkers(sensor);
+// Sensors of the generic types are told apart by their registers (their
+// markers, noted once per description).
+ci_s32 genericAddrStyle(ci_u32 markers) {
     if (markers & CK_MARK_PHYSICAL_ADDR_ACCESS) return CK_MCU_44;
     if (markers & CK_MARK_VARIABLE_DATA0) return CK_MCU_54;
     if (markers & CK_MARK_DATA_0) return CK_MCU_16;
@@ -27,11 +27,14 @@ ci_s32 genericAddrStyle(const ci_sensor_t* sensor) {
 }
 
 // The direct style the sensor's model offers, before the camera's mode.
-ci_s32 modelDirectStyle(const ci_sensor_t* sensor) {
-    const ck_sensor_traits& t = _sensorTraits((ci_u32)sensor->sensorType);
-    if (t.generic) return (_regIndexMarkers(sensor) & CK_MARK_VARIABLE_DATA0) ? CK_MCU_55 : CK_MCU_NONE;
+ci_s32 modelDirectStyle(const ci_sensor_t* sensor, const ck_sensor_traits& t, ci_u32 markers) {
+    if (t.generic) return (markers & CK_MARK_VARIABLE_DATA0) ? CK_MCU_55 : CK_MCU_NONE;
     if (t.directFromVersion2 && sensor->sensorVersion < 2) return CK_MCU_NONE;
     return t.direct;
+}
+
+ci_u32 markersIfGeneric(const ci_sensor_t* sensor, const ck_sensor_traits& t) {
+    return t.generic ? _regIndexMarkers(sensor) : 0;
 }
 
 }  // namespace
@@ -39,16 +42,19 @@ ci_s32 modelDirectStyle(const ci_sensor_t* sensor) {
 // The camera's mode is asked only for sensors that offer direct access.
 ci_s32 ci_McuDirectStyle(ci_camera_t* camera) {
     if (!camera || !camera->sensor) return 0;
-    const ci_s32 style = modelDirectStyle(camera->sensor);
+    const ck_sensor_traits& t = _sensorTraits((ci_u32)camera->sensor->sensorType);
+    const ci_s32 style = modelDirectStyle(camera->sensor, t, markersIfGeneric(camera->sensor, t));
     return style != 0 && directAccessDisabled(camera) ? 0 : style;
 }
 
+// Asked on every register access: the traits and markers are fetched once.
 ci_s32 ci_McuAddrStyle(ci_camera_t* camera) {
     if (!camera || !camera->sensor) return 0;
-    const ci_s32 direct = ci_McuDirectStyle(camera);
-    if (direct != 0) return direct;
     const ck_sensor_traits& t = _sensorTraits((ci_u32)camera->sensor->sensorType);
-    return t.generic ? genericAddrStyle(camera->sensor) : t.indirect;
+    const ci_u32 markers = markersIfGeneric(camera->sensor, t);
+    const ci_s32 direct = modelDirectStyle(camera->sensor, t, markers);
+    if (direct != 0 && !directAccessDisabled(camera)) return direct;
+    return t.generic ? genericAddrStyle(markers) : t.indirect;
 }
 
 bool _advancedBaseType(ci_u32 sensorType) {

@@ -23,8 +23,10 @@ const ci_bitfield_t* findField(ci_reg_data_t* reg, const char* regName, const ch
 // given, else part(reg, field).  A missing register or field is an error.
 template <typename Whole, typename Part>
 ci_error_code byName(ci_camera_t* camera, const char* regName, const char* bitfieldName, Whole whole, Part part) {
-    ci_reg_data_t* reg = ci_FindRegister(camera, regName);
+    // ci_FindRegister, without the call through the exported interface.
+    ci_reg_data_t* reg = _registerLookup(camera, -1, regName);
     if (!reg) {
+        _cantfindit(regName, nullptr);
         return CI_CAMERA_ERROR;
     }
     if (!hasText(bitfieldName)) {

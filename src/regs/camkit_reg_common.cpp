@@ -10,7 +10,7 @@ namespace {
 // Calls the device function until it answers something other than a NACK,
 // at most nackRetries + 1 times, with no delay in between.
 template <typename Call>
-ci_error_code withNackRetry(ci_camera_t* camera, Call call) {
+inline ci_error_code withNackRetry(ci_camera_t* camera, Call call) {
     const ci_u64 attempts = (ci_u64)_ctx(camera)->nackRetries + 1;
     ci_error_code rc = CI_I2C_NACK_ERROR;
     for (ci_u64 i = 0; i < attempts && rc == CI_I2C_NACK_ERROR; ++i) {
@@ -34,7 +34,7 @@ ci_error_code once(ci_camera_t* camera, Fn _common_context_t::*hook, Args... arg
 }
 
 template <typename Fn, typename... Args>
-ci_error_code retried(ci_camera_t* camera, Fn _common_context_t::*hook, Args... args) {
+inline ci_error_code retried(ci_camera_t* camera, Fn _common_context_t::*hook, Args... args) {
     const Fn fn = hookOf(camera, hook);
     if (!fn) {
         return CI_CAMERA_NOT_SUPPORTED;

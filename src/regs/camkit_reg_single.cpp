@@ -71,21 +71,20 @@ ci_error_code _ReadSensorRegNolock(ci_camera_t* camera, ci_reg_data_t* reg, ci_u
         return CK_ERR(CI_CAMERA_ERROR, "No register given");
     }
     ci_reg_data_t* var = nullptr;
-    const ci_s32 style = _findRamAlias(camera, reg, 1, &var);
+    const ci_s32 style = _inMappedWindows(reg->reg_addr) ? _findRamAlias(camera, reg, 1, &var) : 0;
     ci_error_code rc = CI_CAMERA_SUCCESS;
     if (fromCache(camera, var ? var : reg, val, &rc)) {
         return rc;
     }
-    const ci_s32 is8 = _varMaskToIs8(reg->bitmask);
     switch (_regType(reg)) {
     case CI_REG_ADDR:
         rc = readPlain(camera, reg, style, var, val);
         break;
     case CI_MCU_ADDR:
-        rc = _ReadVarNolock(camera, reg, reg->reg_space, reg->reg_addr, is8, val);
+        rc = _ReadVarNolock(camera, reg, reg->reg_space, reg->reg_addr, _varMaskToIs8(reg->bitmask), val);
         break;
     case CI_SFR_ADDR:
-        rc = _ReadSfrNolock(camera, reg, reg->reg_space, reg->reg_addr, is8, val);
+        rc = _ReadSfrNolock(camera, reg, reg->reg_space, reg->reg_addr, _varMaskToIs8(reg->bitmask), val);
         break;
     case CI_IND_ADDR:
         rc = _ReadIndNolock(camera, reg, reg->reg_addr, val);

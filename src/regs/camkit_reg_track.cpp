@@ -6,14 +6,33 @@
 
 namespace {
 
-bool named(const ci_reg_data_t* reg, const char* name) {
-    return osal_stricmp(reg->unique_desc, name) == 0;
-}
-
 bool pagedStyle(ci_s32 style) {
     return style == CK_MCU_44 || style == CK_MCU_54 || style == CK_MCU_55;
 }
 
+// The roles of the port registers of a paged style, named once.
+struct PortRoles {
+    ci_u32 control;
+    ci_u32 physical;
+    ci_u32 logical;
+};
+
+PortRoles rolesOfPort(const ck_mcu_port_regs* port) {
+    auto role = [](const char* name) { return name ? _regRoleOfName(name) : 0u; };
+    return PortRoles{role(port->control), role(port->physicalAddr), role(port->logicalAddr)};
+}
+
+const PortRoles& portRoles(ci_s32 style) {
+    static const PortRoles k44 = rolesOfPort(_mcuPortRegs(CK_MCU_44));
+    static const PortRoles k54 = rolesOfPort(_mcuPortRegs(CK_MCU_54));
+    return style == CK_MCU_44 ? k44 : k54;
+}
+
+// The roles of a register in the tracking: most registers have none, and
+// then the MCU style need not even be asked.
+ci_u32 rolesOf(ci_camera_t* camera, const ci_reg_data_t* reg) {
+    return _regRoles(camera->sensor, reg);
+}
 
 void takeRegion(_sg_context_t* shared, ci_u32 val) {
     shared->current_phy_region = (val >> 6) & 0x3u;
@@ -45,29 +64,28 @@ void refreshFrom(ci_camera_t* camera, const char* name, Use use) {
 
 void _trackDirectAccess(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
     _sg_context_t* shared = sharedState(camera, reg);
-    if (!shared) {
+    const ci_u32 roles = shared ? rolesOf(camera, reg) : 0;
+    if (roles == 0) {
         return;
     }
     const ci_s32 style = ci_McuAddrStyle(camera);
     if (pagedStyle(style)) {
-        const ck_mcu_port_regs* port = _mcuPortRegs(style);
-        const char* physical = port->physicalAddr;
-        const char* logical = port->logicalAddr;
-        if (named(reg, port->control)) {
+        const PortRoles& port = portRoles(style);
+        if (roles & port.control) {
             takeRegion(shared, val);
-        } else if (named(reg, physical)) {
+        } else if (roles & port.physical) {
             shared->current_access_logical = 0;
-        } else if (named(reg, logical)) {
+        } else if (roles & port.logical) {
             shared->current_access_logical = 1;
         }
-    } else if (style == CK_MCU_71 && named(reg, "ADVANCED_BASE")) {
+    } else if (style == CK_MCU_71 && (roles & CK_ROLE_ADVANCED_BASE)) {
         shared->current_adv_base = val;
     }
 }
 
 void _trackDirectAccessRead(ci_camera_t* camera, ci_reg_data_t* reg, ci_u32 val) {
     _sg_context_t* shared = sharedState(camera, reg);
-    if (!shared || !named(reg, "ACCESS_CTL_STAT") || !pagedStyle(ci_McuAddrStyle(camera))) {
+    if (!shared || !(rolesOf(camera, reg) & CK_ROLE_ACCESS_CTL_STAT) || !pagedStyle(ci_McuAddrStyle(camera))) {
         return;
     }
     shared->current_access_logical = (val & 0x4u) ? 0 : 1;

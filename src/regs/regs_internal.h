@@ -2,6 +2,9 @@
 // cache and read/write core).  Other modules use camkit_private.h.
 #pragma once
 
+#include <cassert>
+#include <functional>
+
 #include "core/camkit_private.h"
 #include "sensor/sensor_traits.h"
 
@@ -45,6 +48,36 @@ enum : ci_u32 {
 // The marker registers a description has (0 without registers).
 ci_u32 _regIndexMarkers(const ci_sensor_t* sensor);
 
+// Registers whose reads or writes change the tracked MCU access state.
+enum : ci_u32 {
+    CK_ROLE_ACCESS_CTL_STAT = 1u << 0,          // "ACCESS_CTL_STAT"
+    CK_ROLE_ADVANCED_BASE = 1u << 1,            // "ADVANCED_BASE"
+    CK_ROLE_MCU_ADDRESS = 1u << 2,              // "MCU_ADDRESS"
+    CK_ROLE_PHYSICAL_ADDR_ACCESS = 1u << 3,     // "PHYSICAL_ADDR_ACCESS"
+    CK_ROLE_PHYSICAL_ADDRESS_ACCESS = 1u << 4,  // "PHYSICAL_ADDRESS_ACCESS"
+    CK_ROLE_LOGICAL_ADDRESS_ACCESS = 1u << 5,   // "LOGICAL_ADDRESS_ACCESS"
+};
+// The role of a register name (0 for none; compared ignoring case).
+ci_u32 _regRoleOfName(const char* name);
+// The roles of a record: noted in the index for the description's own
+// registers, compared by name for any other record.
+ci_u32 _regRoles(const ci_sensor_t* sensor, const ci_reg_data_t* reg);
+
+// Index of a record inside a description's register array, or -1 when it
+// is not one of them (a temporary record, another description's).
+static inline ci_s32 _regIndexOfRecord(const ci_sensor_t* sensor, const ci_reg_data_t* reg) {
+    if (!sensor->regs || sensor->num_regs <= 0 || !reg) {
+        return -1;
+    }
+    // std::less gives a total order even for pointers into different arrays.
+    const std::less<const ci_reg_data_t*> before;
+    const ci_reg_data_t* first = sensor->regs;
+    if (before(reg, first) || !before(reg, first + sensor->num_regs)) {
+        return -1;
+    }
+    return (ci_s32)(reg - first);
+}
+
 // ---------------------------------------------------------------------------
 // Register cache internals (camkit_cache_*.cpp).  All expect the camera lock
 // to be held (or the camera to be in set-up).
@@ -68,17 +101,31 @@ void _regCacheMarkEntry(ci_camera_t* camera, ci_s32 index, ci_u32 flag);
 // Read/write core internals.
 // ---------------------------------------------------------------------------
 
-// Holds the camera's register lock for the lifetime of the object.
+// Holds the camera's register lock for the lifetime of the object (what
+// _getRegisterLock and _releaseRegisterLock do, inline).  The camera must
+// have its context.
 class RegisterLock {
 public:
-    explicit RegisterLock(ci_camera_t* camera) : camera_(camera) { _getRegisterLock(camera_); }
-    ~RegisterLock() { _releaseRegisterLock(camera_); }
+    explicit RegisterLock(ci_camera_t* camera) : lock_(lockOf(camera)) { osal_enter_critical_section(lock_); }
+    ~RegisterLock() { osal_leave_critical_section(lock_); }
     RegisterLock(const RegisterLock&) = delete;
     RegisterLock& operator=(const RegisterLock&) = delete;
 
 private:
-    ci_camera_t* camera_;
+    static osal_mutex* lockOf(ci_camera_t* camera) {
+        assert(camera && camera->context);
+        return &_ctx(camera)->criticalSection;
+    }
+
+    osal_mutex* lock_;
 };
+
+// The MCU's mapped windows (style 55's, and style 71's at 0xE000) lie in
+// 0x8000..0xFFFF: a plain register elsewhere never shows MCU memory without
+// a port, so a read (which never asks the port) need not resolve aliases.
+static inline bool _inMappedWindows(ci_u32 addr) {
+    return addr >= 0x8000u && addr <= 0xFFFFu;
+}
 
 // Address type of a register record (CI_REG_ADDR without an address space).
 static inline ci_addr_type _regType(const ci_reg_data_t* reg) {
