@@ -19,15 +19,28 @@
 #include <vector>
 
 #include "core/camkit_private.h"
+#include "transport/transport_common.h"
 
 namespace {
+
+ci_error_code nothingToDo(ci_camera_t*, ci_u32, ci_u32, ci_u32, ci_u32*) { return CI_CAMERA_SUCCESS; }
+
+// A do-nothing device: sensor-register runs succeed at once.
+const _transport_ops_t kNothingOps = [] {
+    _transport_ops_t ops{};
+    ops.transportName = "bench";
+    ops.readSensorRegistersNolock = nothingToDo;
+    ops.writeSensorRegistersNolock = nothingToDo;
+    return ops;
+}();
 
 // A camera with a context, its lock and register cache, carrying a sensor of
 // n registers named "<PREFIX>_REGISTER_<i>" at even addresses in two spaces.
 class BenchCamera {
 public:
-    explicit BenchCamera(int n) : camera_(static_cast<ci_camera_t*>(calloc(1, sizeof(ci_camera_t)))) {
-        ci_InitCameraContext(camera_);
+    explicit BenchCamera(int n) : camera_(_transport_new_camera(&kNothingOps, nullptr)) {
+        if (camera_ == nullptr) abort();
+        osal_init_critical_section(&_ctx(camera_)->criticalSection, "");
         ci_sensor_t* s = static_cast<ci_sensor_t*>(calloc(1, sizeof(ci_sensor_t)));
         s->reg_addr_size = 16;
         s->reg_data_size = 16;
@@ -48,9 +61,6 @@ public:
             names_.push_back(r.unique_desc);
         }
         camera_->sensor = s;
-        _common_context_t* ctx = _ctx(camera_);
-        ctx->readSensorRegistersNolock = [](ci_camera_t*, ci_u32, ci_u32, ci_u32, ci_u32*) { return 0; };
-        ctx->writeSensorRegistersNolock = [](ci_camera_t*, ci_u32, ci_u32, ci_u32, ci_u32*) { return 0; };
         _init_global_context(camera_);
         _init_reg_cache(camera_);
         // Lookups cycle through a spread of the sensor's names and addresses
@@ -60,13 +70,9 @@ public:
         names_.swap(spread);
         for (size_t k = 0; k < kAddrs; ++k) addrs_.push_back((ci_u32)((k * 7919) % (size_t)n / 2) * 2);
     }
-    ~BenchCamera() {
-        ci_DestructSensor(camera_->sensor);
-        free(camera_->sensor);
-        camera_->sensor = nullptr;
-        ci_FreeCameraContext(camera_);
-        free(camera_);
-    }
+    ~BenchCamera() { _transport_free_camera(&kNothingOps, camera_); }
+    BenchCamera(const BenchCamera&) = delete;
+    BenchCamera& operator=(const BenchCamera&) = delete;
     ci_camera_t* get() const { return camera_; }
     const char* name(size_t k) const { return names_[k & (kNames - 1)].c_str(); }
     ci_u32 addr(size_t k) const { return addrs_[k & (kAddrs - 1)]; }
