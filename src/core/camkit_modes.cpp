@@ -191,3 +191,21 @@ ci_error_code _GetMode(ci_camera_t* camera, ci_modes mode, ci_u32* val) {
     ci_u32 discard = 0;
     return row->get(camera, ctx, row, val != nullptr ? val : &discard);
 }
+
+// ---- temporary camera modes, restored when the scope ends
+ScopedMode::ScopedMode(ci_camera_t* camera, ci_modes mode, ci_u32 value)
+    : camera_(camera), mode_(mode), saved_(0), restore_(false) {
+    restore_ = ci_getMode(camera_, mode_, &saved_) == CI_CAMERA_SUCCESS;
+    ci_setMode(camera_, mode_, value);
+}
+
+ScopedMode::ScopedMode(ci_camera_t* camera, ci_modes mode)
+    : camera_(camera), mode_(mode), saved_(0), restore_(false) {
+    restore_ = ci_getMode(camera_, mode_, &saved_) == CI_CAMERA_SUCCESS;
+}
+
+ScopedMode::~ScopedMode() {
+    if (restore_) {
+        ci_setMode(camera_, mode_, saved_);
+    }
+}

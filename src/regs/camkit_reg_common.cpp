@@ -1,6 +1,9 @@
-// The transport's unlocked device functions, with the bus NACK retry.  The
-// caller holds the camera's register lock.
+// The camera's register lock (a recursive mutex in the common context, so
+// that a locked function may call another that locks again), and the
+// transport's unlocked device functions with the bus NACK retry, called
+// with that lock held.
 #define CK_SOURCE "camkit_reg"
+#include <cassert>
 #include <cstring>
 
 #include "regs/regs_internal.h"
@@ -102,4 +105,14 @@ ci_error_code _common_sendCommandNolock(ci_camera_t* camera, ci_u32 command, ci_
                                         ci_u8* resultBuffer, ci_u32* bytesReturned) {
     return once(camera, &_common_context_t::sendCommandNolock, command, paramSize, paramBuffer, statusCode,
                 resultSize, resultBuffer, bytesReturned);
+}
+
+void _getRegisterLock(ci_camera_t* camera) {
+    assert(camera && camera->context);
+    osal_enter_critical_section(&_ctx(camera)->criticalSection);
+}
+
+void _releaseRegisterLock(ci_camera_t* camera) {
+    assert(camera && camera->context);
+    osal_leave_critical_section(&_ctx(camera)->criticalSection);
 }
