@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_thread_time.h"
 #include "core/camkit_private.h"
 #include "transport/transport_common.h"
 
@@ -85,22 +86,7 @@ private:
     std::vector<ci_u32> addrs_;
 };
 
-constexpr int kReps = 2000;
-
-// Nanoseconds of the thread's own CPU time per call of op over kReps calls
-// (the machine may be shared: time spent in other processes is not counted).
-double threadNs() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return (double)now.tv_sec * 1e9 + (double)now.tv_nsec;
-}
-
-template <typename Op>
-double nsPerOp(Op op) {
-    const double start = threadNs();
-    for (int k = 0; k < kReps; ++k) op(k);
-    return (threadNs() - start) / kReps;
-}
+using bench::nsPerOp;
 
 // Runs both measurements alternately for the whole benchmark and reports
 // their means and the ratio second / first.

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_thread_time.h"
 #include "camkit.h"
 
 namespace {
@@ -91,21 +92,7 @@ private:
     std::vector<std::string> names_;
 };
 
-constexpr int kReps = 2000;
-
-// The thread's own CPU time in nanoseconds (the machine may be shared).
-double threadNs() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return (double)now.tv_sec * 1e9 + (double)now.tv_nsec;
-}
-
-template <typename Op>
-double nsPerOp(Op op) {
-    const double start = threadNs();
-    for (int k = 0; k < kReps; ++k) op(k);
-    return (threadNs() - start) / kReps;
-}
+using bench::nsPerOp;
 
 class RecursiveMutex {
 public:

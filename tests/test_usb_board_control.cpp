@@ -7,48 +7,19 @@
 #include <string>
 #include <vector>
 
-#include "test_paths.h"
-#include "usb_camera.h"
+#include "usb_board_fixture.h"
 
 namespace {
 
-constexpr ci_u32 kSensorBase = 0xBA;
-constexpr ci_u32 kFpga = 0x64;   // main FPGA of 0x100D: 16-bit addresses, 16-bit data
-constexpr ci_u32 kFpga3 = 0x66;  // main FPGA of 0x100E: 16-bit addresses, 32-bit data
-
-std::string page8() { return std::string(ck_test_data_dir()) + "/sensor_data/ck_page8.sdat"; }
-
-class UsbBoardControl : public ::testing::Test {
+// Opens a board of the product (default firmware) and starts it.
+class UsbBoardControl : public UsbBoardTest {
 protected:
-    void SetUp() override {
-        if (!UsbTestbed::available()) GTEST_SKIP() << "not running under umockdev-wrapper";
-    }
-    void TearDown() override {
-        if (n > 0) ci_CloseCameras2(cameras, n);
-    }
     ci_camera_t* open(ci_u16 product) {
         UsbBoardConfig config;
         config.productId = product;
-        board = &bed.addBoard(config);
-        board->addSensor(page8(), kSensorBase, 8, 16);
-        fpga = product == 0x100E ? &board->addDevice(kFpga3, 16, 32) : &board->addDevice(kFpga, 16, 16);
-        if (ci_OpenCameras2(cameras, &n, page8().c_str(), CI_TRANSPORT_USB, "") != CI_CAMERA_SUCCESS || n != 1) {
-            ADD_FAILURE() << "the board does not open";
-            return nullptr;
-        }
-        camera = cameras[0];
-        EXPECT_EQ(camera->startTransport(camera), CI_CAMERA_SUCCESS);
-        board->clearRequests();
-        return camera;
+        addBoard(config);
+        return openBoard();
     }
-
-    ScopedVendorIds ids{"0xC0DE"};
-    UsbTestbed bed;
-    UsbBoard* board = nullptr;
-    BusDevice* fpga = nullptr;
-    ci_camera_t* cameras[4] = {};
-    ci_s32 n = 0;
-    ci_camera_t* camera = nullptr;
 };
 
 TEST_F(UsbBoardControl, ChipRegistersTravelAtTheChipsSizes) {

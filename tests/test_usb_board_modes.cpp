@@ -10,47 +10,21 @@
 #include "log_capture.h"
 #include "scratch_dir.h"
 #include "sensor_builder.h"
-#include "test_paths.h"
-#include "usb_camera.h"
+#include "usb_board_fixture.h"
 
 namespace {
 
-constexpr ci_u32 kSensorBase = 0xBA;
-constexpr ci_u32 kFpga = 0x64;    // mid-range boards: 16-bit addresses, 16-bit data
-constexpr ci_u32 kFpga3 = 0x66;   // newest board: 16-bit addresses, 32-bit data
 constexpr ci_u32 kHdmiRx = 0x68;  // 8-bit addresses, 16-bit data
 constexpr ci_u32 kStereo = 0x6A;
 constexpr ci_u32 kMipiRx = 0x6C;
 constexpr ci_u32 kCompanion = 0x78;
 
-std::string dataFile(const std::string& name) { return std::string(ck_test_data_dir()) + "/" + name; }
-std::string page8() { return dataFile("sensor_data/ck_page8.sdat"); }
-
-class UsbBoardModes : public ::testing::Test {
+class UsbBoardModes : public UsbBoardTest {
 protected:
-    void SetUp() override {
-        if (!UsbTestbed::available()) GTEST_SKIP() << "not running under umockdev-wrapper";
-    }
-    void TearDown() override {
-        if (n > 0) ci_CloseCameras2(cameras, n);
-    }
-    UsbBoard& addBoard(ci_u16 product) {
-        board = &bed.addBoard(UsbBoardConfig::product(product, 50));
-        board->addSensor(page8(), kSensorBase, 8, 16);
-        fpga = product == 0x100E ? &board->addDevice(kFpga3, 16, 32) : &board->addDevice(kFpga, 16, 16);
-        return *board;
-    }
-    // Opens the board with the sensor file given and starts it.
-    ci_camera_t* open(const std::string& sensorFile = page8()) {
-        if (ci_OpenCameras2(cameras, &n, sensorFile.c_str(), CI_TRANSPORT_USB, "") != CI_CAMERA_SUCCESS || n != 1) {
-            ADD_FAILURE() << "the board does not open";
-            return nullptr;
-        }
-        camera = cameras[0];
-        EXPECT_EQ(camera->startTransport(camera), CI_CAMERA_SUCCESS);
-        board->clearRequests();
-        return camera;
-    }
+    using UsbBoardTest::addBoard;
+    // A board of the product with firmware 50.
+    UsbBoard& addBoard(ci_u16 product) { return addBoard(UsbBoardConfig::product(product, 50)); }
+    ci_camera_t* open(const std::string& sensorFile = page8()) { return openBoard(sensorFile); }
     // A sensor directory of its own whose board file names the given chip
     // files of the sample board data.
     std::string boardFiles(ci_u16 product, const std::vector<std::string>& chips) {
@@ -74,14 +48,7 @@ protected:
         return found;
     }
 
-    ScopedVendorIds ids{"0xC0DE"};
-    UsbTestbed bed;
     ScratchDir dir;
-    UsbBoard* board = nullptr;
-    BusDevice* fpga = nullptr;
-    ci_camera_t* cameras[4] = {};
-    ci_s32 n = 0;
-    ci_camera_t* camera = nullptr;
 };
 
 // Each receiver setting lands in its own field, so crossed wiring shows.
