@@ -13,22 +13,24 @@ std::set<SimDevice*> liveDevices;
 
 void SimDevice::attach(ci_camera_t* camera) {
     if (camera_ != nullptr && camera_ != camera) detach();
-    camera_ = camera;
     {
         std::lock_guard<std::mutex> hold(liveLock);
+        camera_ = camera;
+        attachedOps_ = &transportOps();
         liveDevices.insert(this);
     }
-    attachedOps_ = &transportOps();
     _transport_apply_ops(camera, attachedOps_);
     _ctx(camera)->transport_context = static_cast<SimDevice*>(this);
     attached(camera);
 }
 
+// Under the lock: a camera freed on another thread may be telling its
+// devices at the same time.
 void SimDevice::detach() {
+    std::lock_guard<std::mutex> hold(liveLock);
     if (camera_ == nullptr) return;
     if (_transport_context(camera_) == static_cast<SimDevice*>(this)) _transport_clear_ops(camera_, attachedOps_);
     camera_ = nullptr;
-    std::lock_guard<std::mutex> hold(liveLock);
     liveDevices.erase(this);
 }
 
