@@ -78,9 +78,10 @@ void expect_same(const Case& c, const std::string& input) {
     EXPECT_EQ(0, memcmp(&mine, &libc, sizeof mine)) << c.name << " outputs differ on [" << input << "]";
 }
 
-// Damaged variants: a character replaced, removed or inserted.
+// Damaged variants: a character replaced, removed or inserted.  Every kind
+// of white space is among the characters, and a byte outside ASCII.
 std::vector<std::string> variants(const std::string& line, std::mt19937& rng, int count) {
-    static const std::string alphabet = " \t,={}()[]\":-+x0179aFZ_";
+    static const std::string alphabet = " \t\n\v\f\r,={}()[]\":-+x0179aFZ_\xA0";
     std::vector<std::string> out;
     for (int k = 0; k < count && !line.empty(); ++k) {
         std::string v = line;

@@ -122,3 +122,24 @@ TEST_F(SdatRegisters, ARegisterHoldsAtMost33Bitfields) {
     EXPECT_EQ(1, cam.reg("NEXT")->num_bitfields);
     EXPECT_EQ(1, count_of(log.text(), "{F33, 1, RW, \"\"} in ")) << "reported once";
 }
+
+// Names are told apart ignoring the case of ASCII letters only: a second
+// "Block_7" among many registers is refused, while names that differ in a
+// byte outside ASCII (letters of some single-byte code page, whatever case
+// they look like) are two registers.
+TEST_F(SdatRegisters, DuplicateNamesIgnoreTheCaseOfAsciiLettersOnly) {
+    std::string lines;
+    for (int i = 0; i < 300; ++i)
+        lines += "BLOCK_" + std::to_string(i) + " = {" + std::to_string(i) + ", CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n";
+    lines += "Block_7 = {999, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n";
+    lines += "CAF\xC9 = {1000, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n";
+    lines += "caf\xE9 = {1001, CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n";
+    LogCapture log;
+    EXPECT_EQ(CI_DUPLICATE_DESC_ERROR, parse_regs(lines));
+    EXPECT_EQ(302, cam.sensor()->num_regs);
+    EXPECT_EQ(7u, cam.reg("block_7")->reg_addr);
+    EXPECT_EQ(1, count_of(log.text(), "Block_7 = {999"));
+    ASSERT_NE(nullptr, cam.reg("CAF\xC9"));
+    ASSERT_NE(nullptr, cam.reg("caf\xE9"));
+    EXPECT_EQ(1001u, cam.reg("caf\xE9")->reg_addr);
+}

@@ -11,7 +11,6 @@
 // known: a text item needs one character only there, so the description
 // texts are never walked.
 #define CK_SOURCE "sensor_data"
-#include <ctype.h>
 #include <string.h>
 
 #include "sensor/sdat_register_line.h"
@@ -19,16 +18,20 @@
 
 namespace {
 
+bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); }
+
 // One directive each; after a mismatch (the end of the line is one)
 // nothing more matches.  The line holds no NUL, and the character after
 // it ends a number (a terminator or a line end).
 class Shape {
+    static const size_t kShortRun = 8;
+
 public:
     explicit Shape(const sdat_span& line) : p_(line.text), end_(line.text + line.length) {}
 
     // A blank in a format: any white space.
     Shape& blanks() {
-        while (p_ < end_ && isspace(static_cast<unsigned char>(*p_))) ++p_;
+        while (p_ < end_ && sdat_is_blank(*p_)) ++p_;
         return *this;
     }
     // A literal character.
@@ -42,8 +45,13 @@ public:
         if (!ok_) return *this;
         const size_t left = static_cast<size_t>(end_ - p_);
         const size_t length = left < static_cast<size_t>(width) ? left : static_cast<size_t>(width);
-        const void* at = memchr(p_, stop, length);
-        const size_t n = at ? static_cast<size_t>(static_cast<const char*>(at) - p_) : length;
+        size_t n = 0;
+        if (length <= kShortRun) {  // a call costs more than the loop
+            while (n < length && p_[n] != stop) ++n;
+        } else {
+            const void* at = memchr(p_, stop, length);
+            n = at ? static_cast<size_t>(static_cast<const char*>(at) - p_) : length;
+        }
         ok_ = n > 0;
         if (out) *out = sdat_span{p_, n};
         p_ += n;
@@ -81,7 +89,7 @@ private:
         if (!ok_) return *this;
         if (p_[0] == '0' && end_ - p_ >= 2 && (p_[1] == 'x' || p_[1] == 'X')) {
             p_ += 2;
-            while (p_ < end_ && isxdigit(static_cast<unsigned char>(*p_))) ++p_;
+            while (p_ < end_ && is_hex_digit(*p_)) ++p_;
         } else if (*p_ == '0') {
             while (p_ < end_ && *p_ >= '0' && *p_ <= '7') ++p_;
         } else {

@@ -25,7 +25,7 @@ bool is_ignorable(const char* line) {
 bool is_ignorable(const sdat_span& line) {
     const char* p = line.text;
     const char* end = p + line.length;
-    while (p < end && isspace(static_cast<unsigned char>(*p))) ++p;
+    while (p < end && sdat_is_blank(*p)) ++p;
     return p == end || *p == ';' || (end - p >= 2 && p[0] == '/' && p[1] == '/');
 }
 

@@ -4,9 +4,17 @@
 
 #include "core/camkit_private.h"
 
+// One slot: a register index (-1 for an empty slot) and the hash of its
+// name, so that a probe compares names only when the hashes agree (the
+// register records are large and mostly out of cache).
+typedef struct sdat_name_slot {
+    ci_s32 index;
+    ci_u32 hash;
+} sdat_name_slot;
+
 typedef struct sdat_name_index {
-    ci_s32* slots;  // register indices, -1 for an empty slot
-    ci_u32 mask;    // slot count - 1 (a power of two)
+    sdat_name_slot* slots;
+    ci_u32 mask;  // slot count - 1 (a power of two)
 } sdat_name_index;
 
 // Room for `capacity` names; returns 0 when out of memory.

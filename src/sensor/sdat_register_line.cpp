@@ -3,10 +3,10 @@
 #define CK_SOURCE "sensor_data"
 #include "sensor/sdat_register_line.h"
 
-#include <ctype.h>
 #include <string.h>
 
 #include "core/camkit_private.h"
+#include "sensor/sdat_scan.h"
 #include "sensor/sensor_types.h"
 
 namespace {
@@ -34,7 +34,6 @@ void place_in_space(const ci_sensor_t* sensor, const char* spaceId, ci_reg_data_
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg) {
     char spaceId[sizeof l->space];
     memcpy(spaceId, l->space, sizeof spaceId);
-    memset(reg, 0, sizeof *reg);
     StringCopyandCheckSpace(reg->unique_desc, l->name);
     reg->reg_addr = l->addr;
     place_in_space(sensor, osal_trim(spaceId), reg);
@@ -58,9 +57,9 @@ int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
     // The name is its first word.
     const char* name = parts.name.text;
     const char* end = name + parts.name.length;
-    while (name < end && isspace(static_cast<unsigned char>(*name))) ++name;
+    while (name < end && sdat_is_blank(*name)) ++name;
     const char* word = name;
-    while (word < end && !isspace(static_cast<unsigned char>(*word))) ++word;
+    while (word < end && !sdat_is_blank(*word)) ++word;
     memcpy(bf->id, name, static_cast<size_t>(word - name));
     bf->id[word - name] = '\0';
     bf->bitmask = parts.mask;

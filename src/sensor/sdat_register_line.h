@@ -33,7 +33,8 @@ int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_
 // The more lenient test of the counting pass.
 int sdat_counts_as_register(const char* line, ci_s32 sdatVersion);
 int sdat_view_counts_as_register(const sdat_span* line, ci_s32 sdatVersion);
-// Fills *reg (zeroed first) from a scanned line of the sensor's file.
+// Fills *reg, which must be zeroed (only the fields read are written), from
+// a scanned line of the sensor's file.
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg);
 // Scans a bitfield line into *bf, which must be zeroed (only the fields
 // read are written); returns 0, leaving *bf untouched, when the line is not

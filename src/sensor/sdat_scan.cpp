@@ -2,7 +2,6 @@
 #include "sensor/sdat_scan.h"
 
 #include <assert.h>
-#include <ctype.h>
 #include <stdarg.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -16,7 +15,7 @@ struct scan_state {
     int stored;         // conversions stored so far
 };
 
-inline bool is_blank(char c) { return isspace(static_cast<unsigned char>(c)) != 0; }
+inline bool is_blank(char c) { return sdat_is_blank(c); }
 
 inline void skip_blanks(scan_state& s) {
     while (is_blank(*s.in)) ++s.in;
@@ -46,12 +45,22 @@ void read_set(const char** f, bool* negate, const char** set, size_t* setLen) {
     *f = *p ? p + 1 : p;
 }
 
-int digit_value(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'z') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'Z') return c - 'A' + 10;
-    return 99;
-}
+// The value of each character as a digit (letters from 10 on), 99 for a
+// character that is none.  Every number of a file goes through here.
+struct DigitTable {
+    unsigned char value[256];
+    constexpr DigitTable() : value() {
+        for (int c = 0; c < 256; ++c) {
+            value[c] = 99;
+            if (c >= '0' && c <= '9') value[c] = static_cast<unsigned char>(c - '0');
+            if (c >= 'a' && c <= 'z') value[c] = static_cast<unsigned char>(c - 'a' + 10);
+            if (c >= 'A' && c <= 'Z') value[c] = static_cast<unsigned char>(c - 'A' + 10);
+        }
+    }
+};
+constexpr DigitTable kDigits;
+
+int digit_value(char c) { return kDigits.value[static_cast<unsigned char>(c)]; }
 
 // Reads digits of the base from p; returns the end.  The magnitude saturates
 // at limit, as strtoll's result does.

@@ -21,6 +21,11 @@
 
 #include <stdint.h>
 
+// White space as the "C" locale has it.  The readers test every character
+// of a large file with this; the library's ctype calls cost a function call
+// each.
+inline bool sdat_is_blank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
 int sdat_scan(const char* text, const char* format, ...) __attribute__((format(scanf, 2, 3)));
 
 // One "%i" at text (white space first) read as sdat_scan reads it: the low
