@@ -641,6 +641,11 @@ CI_API ci_error_code ci_ParseSensorFile(ci_camera_t* camera, const char* fileNam
    form for ".sdat".  Reading the file back gives the same records. */
 CI_API ci_error_code ci_WriteSensorFile(ci_camera_t* camera, const char* fileName);
 CI_API void ci_DestructSensor(ci_sensor_t* sensor);
+/* Reads the camera's sensor data file again (after it was edited): the new
+   description replaces the old one only when the file parses, and the
+   register cache starts over for it (every entry invalid); CI_CAMERA_SUCCESS.
+   On failure the old description stays and the parser's code is returned. */
+CI_API ci_error_code ci_RefreshSensorFile(ci_camera_t* camera);
 /* Reads a chip file (a board part described like a sensor) into chip. */
 CI_API ci_error_code ci_ParseChipFile(ci_camera_t* camera, const char* fileName, ci_chip_t* chip);
 
