@@ -25,6 +25,19 @@ protected:
     // A board of the product with firmware 50.
     UsbBoard& addBoard(ci_u16 product) { return addBoard(UsbBoardConfig::product(product, 50)); }
     ci_camera_t* open(const std::string& sensorFile = page8()) { return openBoard(sensorFile); }
+    // The older HDMI board (receiver id 0xC0, not 206) on product 0x100D,
+    // opened with 64x32 frames that the board sends; its receiver, or null
+    // when the board does not open.  frame holds one frame.
+    BusDevice* openOlderHdmiBoard() {
+        addBoard(0x100D);
+        BusDevice& rx = board->addDevice(kHdmiRx, 8, 16);
+        rx.seed(0x00, 0x00C0);
+        if (open() == nullptr) return nullptr;
+        EXPECT_EQ(ci_updateFrameSize(camera, 64, 32, 8, 2), CI_CAMERA_SUCCESS);
+        board->setFrameSize(_ctx(camera)->raw_buf_size);
+        frame.resize(camera->sensor->bufferSize);
+        return &rx;
+    }
     // A sensor directory of its own whose board file names the given chip
     // files of the sample board data.
     std::string boardFiles(ci_u16 product, const std::vector<std::string>& chips) {
@@ -49,6 +62,7 @@ protected:
     }
 
     ScratchDir dir;
+    std::vector<ci_u8> frame;
 };
 
 // Each receiver setting lands in its own field, so crossed wiring shows.
@@ -185,14 +199,11 @@ TEST_F(UsbBoardModes, HdmiModesProgramTheTimingAndTheMemory) {
 // Live frames through the memory: a short frame sets the memory up afresh,
 // a lost one switches the memory back to plain live frames.
 TEST_F(UsbBoardModes, LostLiveFramesResetTheMemory) {
-    addBoard(0x100D);
-    BusDevice& rx = board->addDevice(kHdmiRx, 8, 16);
-    rx.seed(0x00, 0x00C0);
-    ASSERT_NE(open(), nullptr);
+    BusDevice* older = openOlderHdmiBoard();
+    ASSERT_NE(older, nullptr);
+    BusDevice& rx = *older;
     USB_Bulk_Context* usb = _usb_context(camera);
-    ASSERT_EQ(ci_updateFrameSize(camera, 64, 32, 8, 2), CI_CAMERA_SUCCESS);
-    board->setFrameSize(_ctx(camera)->raw_buf_size);
-    std::vector<ci_u8> buffer(camera->sensor->bufferSize);
+    std::vector<ci_u8>& buffer = frame;
     ASSERT_EQ(ci_setMode(camera, CI_HDMI_MODE, 1), CI_CAMERA_SUCCESS);
     ASSERT_EQ(usb->memCaptureMode, 1u);
 
@@ -219,14 +230,11 @@ TEST_F(UsbBoardModes, HdmiModesNeedAnHdmiBoard) {
 // frames are read out (operation code 2, then the start bit); a capture
 // that never completes is given up and the frame is read live.
 TEST_F(UsbBoardModes, TheSingleCaptureWaitsForItsDoneFlag) {
-    addBoard(0x100D);
-    BusDevice& rx = board->addDevice(kHdmiRx, 8, 16);
-    rx.seed(0x00, 0x00C0);  // not 206: stays the older HDMI board
-    ASSERT_NE(open(), nullptr);
+    BusDevice* older = openOlderHdmiBoard();
+    ASSERT_NE(older, nullptr);
+    BusDevice& rx = *older;
     USB_Bulk_Context* usb = _usb_context(camera);
-    ASSERT_EQ(ci_updateFrameSize(camera, 64, 32, 8, 2), CI_CAMERA_SUCCESS);
-    board->setFrameSize(_ctx(camera)->raw_buf_size);
-    std::vector<ci_u8> buffer(camera->sensor->bufferSize);
+    std::vector<ci_u8>& buffer = frame;
     ASSERT_EQ(ci_setMode(camera, CI_MEM_CAPTURE, 1), CI_CAMERA_SUCCESS);
     ASSERT_EQ(usb->memCaptureMode, 3u);
 
