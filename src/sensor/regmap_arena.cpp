@@ -16,20 +16,49 @@ namespace {
 
 // The largest mapping kept after its description is freed, for the next
 // one (identification reads one description after another).
-const size_t kKeptSpare = size_t{64} << 20;
+const size_t kKeptSpare = size_t{256} << 20;
 
 struct Mapping {
     void* base;
     size_t size;
 };
 
+// A part of a mapping, handed out from its start on: `offset` bytes into
+// the mapping, `bytes` long.  Bytes [0, ready) of it are zeroed and faulted
+// in; the rest is made so only when asked for: a fresh mapping (all zero
+// still) is faulted in a huge page of the mapping at a time, a reused one
+// is cleared just where the records go.
+struct Region {
+    char* mapping;
+    size_t offset;
+    size_t bytes;
+    size_t ready;
+    bool fresh;
+
+    char* base() const { return mapping + offset; }
+
+    void prepare(size_t end) {
+        if (end <= ready) return;
+        if (fresh) {
+            const size_t step = BULK_STEP;
+            const size_t upTo = (offset + end + step - 1) / step * step - offset;
+            end = upTo < bytes ? upTo : bytes;
+            bulk_populate(base() + ready, end - ready);
+        } else {
+            memset(base() + ready, 0, end - ready);
+        }
+        ready = end;
+    }
+};
+
 struct Arena {
     ci_reg_data_t* regs;        // the key: the description's register array
     std::vector<Mapping> maps;  // the newest last; older ones still hold bitfields
-    ci_bitfield_t* bitfields;   // the bitfield area of the newest mapping
-    size_t capacity;            // slots in it
+    size_t regCapacity;         // records the register part of the newest mapping holds
+    Region regArea;             // that part
+    Region fieldArea;           // and its bitfield part
+    size_t capacity;            // bitfield slots in the newest mapping
     size_t used;                // slots committed
-    size_t ready;               // slots [used, ready) are known to be zero
 };
 
 std::mutex g_lock;
@@ -46,7 +75,7 @@ bool inside(const Mapping& m, const void* p) {
 
 Mapping map_fresh(size_t bytes) {
     Mapping m{nullptr, 0};
-    m.base = bulk_map(bytes, &m.size);
+    m.base = bulk_reserve(bytes, &m.size);
     return m;
 }
 
@@ -84,17 +113,20 @@ Arena* find(const ci_reg_data_t* regs) {
 size_t regs_bytes(size_t regs) { return round_up(regs * sizeof(ci_reg_data_t), 64); }
 
 // Lays out `regs` registers and the bitfield area in m and makes it the
-// arena's newest mapping.  The register records are zeroed.
+// arena's newest mapping; nothing in it is ready yet.
 void place(Arena* a, const Mapping& m, size_t regs, bool fresh) {
     const size_t offset = regs_bytes(regs);
+    char* base = static_cast<char*>(m.base);
     a->maps.push_back(m);
     a->regs = static_cast<ci_reg_data_t*>(m.base);
-    if (!fresh) memset(m.base, 0, regs * sizeof(ci_reg_data_t));
-    a->bitfields = reinterpret_cast<ci_bitfield_t*>(static_cast<char*>(m.base) + offset);
+    a->regCapacity = regs;
+    a->regArea = Region{base, 0, offset, 0, fresh};
+    a->fieldArea = Region{base, offset, m.size - offset, 0, fresh};
     a->capacity = (m.size - offset) / sizeof(ci_bitfield_t);
     a->used = 0;
-    a->ready = fresh ? a->capacity : 0;
 }
+
+ci_bitfield_t* field_slots(const Arena& a) { return reinterpret_cast<ci_bitfield_t*>(a.fieldArea.base()); }
 
 // Bytes of a mapping for the counts; 0 when they overflow.
 size_t arena_bytes(size_t regs, size_t bitfields) {
@@ -117,6 +149,15 @@ ci_reg_data_t* regmap_arena_new(size_t regs, size_t bitfields) {
     return a.regs;
 }
 
+ci_reg_data_t* regmap_arena_register(ci_reg_data_t* regs, size_t i) {
+    std::lock_guard<std::mutex> hold(g_lock);
+    Arena* a = find(regs);
+    if (!a) return regs + i;
+    if (i >= a->regCapacity) return nullptr;
+    a->regArea.prepare((i + 1) * sizeof(ci_reg_data_t));
+    return regs + i;
+}
+
 ci_reg_data_t* regmap_grow_registers(ci_reg_data_t* regs, size_t used, size_t total, size_t bitfields) {
     if (!regmap_arena_owns(regs)) {
         if (total > SIZE_MAX / sizeof *regs) return nullptr;
@@ -126,10 +167,15 @@ ci_reg_data_t* regmap_grow_registers(ci_reg_data_t* regs, size_t used, size_t to
     if (bytes == 0 || used > total) return nullptr;
     std::lock_guard<std::mutex> hold(g_lock);
     Arena* a = find(regs);
+    if (total <= a->regCapacity && bitfields <= a->capacity - a->used) {
+        a->regArea.prepare(total * sizeof *regs);
+        return regs;
+    }
     bool fresh = false;
     Mapping m = take_mapping(bytes, &fresh);
     if (!m.base) return nullptr;
     place(a, m, total, fresh);
+    a->regArea.prepare(total * sizeof *regs);
     memcpy(a->regs, regs, used * sizeof *regs);
     return a->regs;
 }
@@ -143,12 +189,8 @@ ci_bitfield_t* regmap_arena_slots(const ci_reg_data_t* regs, size_t want) {
     std::lock_guard<std::mutex> hold(g_lock);
     Arena* a = find(regs);
     if (!a || want > a->capacity - a->used) return nullptr;
-    const size_t end = a->used + want;
-    if (end > a->ready) {
-        memset(a->bitfields + a->ready, 0, (end - a->ready) * sizeof(ci_bitfield_t));
-        a->ready = end;
-    }
-    return a->bitfields + a->used;
+    a->fieldArea.prepare((a->used + want) * sizeof(ci_bitfield_t));
+    return field_slots(*a) + a->used;
 }
 
 void regmap_arena_commit(const ci_reg_data_t* regs, size_t n) {

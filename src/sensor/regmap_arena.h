@@ -5,7 +5,9 @@
 // fault every few records and are handed back to the system at each free.
 // The reader instead sizes one mapping for all the registers of a
 // description and all their bitfields (its counting pass gives both counts),
-// faults it in with one call, and hands out the bitfield arrays from it.
+// faults it in a huge page at a time just ahead of the records being
+// written, and hands out the bitfield arrays from it.  Sizes may be upper
+// bounds: the part never reached is address space only.
 //
 // The public records cannot say where their arrays live, so the arenas are
 // known by their register array in a private table: a description whose
@@ -20,13 +22,21 @@
 
 #include "core/camkit_private.h"
 
-// A zeroed table of `regs` registers with room for `bitfields` bitfields,
-// or nullptr when no mapping can be made (the caller then uses the heap).
+// A table of `regs` registers with room for `bitfields` bitfields, or
+// nullptr when no mapping can be made (the caller then uses the heap).  Its
+// records are made ready (zeroed) one by one with regmap_arena_register.
 ci_reg_data_t* regmap_arena_new(size_t regs, size_t bitfields);
 
+// Record i of a table, zeroed if the table is an arena's and the record
+// was never handed out; nullptr when i is past the arena's registers.  For
+// a heap table, simply &regs[i].
+ci_reg_data_t* regmap_arena_register(ci_reg_data_t* regs, size_t i);
+
 // Grows a register table to `total` records, keeping the first `used`, with
-// room for `bitfields` more bitfields.  Works for arena-owned and heap
-// tables (realloc) alike; nullptr when out of memory (the old table stays).
+// room for `bitfields` more bitfields; the records from `used` on are
+// zeroed for an arena-owned table (an arena with room enough keeps its
+// table in place).  Works for arena-owned and heap tables (realloc) alike;
+// nullptr when out of memory (the old table stays).
 ci_reg_data_t* regmap_grow_registers(ci_reg_data_t* regs, size_t used, size_t total, size_t bitfields);
 
 // True when the table is the register array of an arena.

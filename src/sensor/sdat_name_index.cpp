@@ -2,19 +2,53 @@
 #define CK_SOURCE "sensor_data"
 #include "sensor/sdat_name_index.h"
 
+#include <stdint.h>
 #include <stdlib.h>
+#include <string.h>
 
 namespace {
 
-// Folds ASCII letters only, as osal_stricmp compares.
-ci_u32 folded_hash(const char* name) {
-    ci_u32 h = 2166136261u;  // FNV-1a
-    for (const unsigned char* p = reinterpret_cast<const unsigned char*>(name); *p; ++p) {
-        const unsigned char c = *p;
-        h ^= static_cast<ci_u32>(c >= 'a' && c <= 'z' ? c - ('a' - 'A') : c);
-        h *= 16777619u;
-    }
-    return h;
+// Eight bytes of a name with the case bit (0x20) of every byte cleared:
+// names equal but for the case of ASCII letters give equal words.  Other
+// bytes may collide too, which costs a comparison only.
+uint64_t folded_word(const char* p, size_t n) {
+    uint64_t word = 0;
+    memcpy(&word, p, n);
+    return word & ~UINT64_C(0x2020202020202020);
+}
+
+uint64_t mix(uint64_t h, uint64_t word) {
+    h ^= word;
+    h *= UINT64_C(0x9E3779B97F4A7C15);
+    return h ^ (h >> 29);
+}
+
+// An empty table of `size` slots (a power of two), or nullptr.
+sdat_name_slot* empty_slots(ci_u32 size) {
+    auto* slots = static_cast<sdat_name_slot*>(malloc(size * sizeof(sdat_name_slot)));
+    if (slots)
+        for (ci_u32 i = 0; i < size; ++i) slots[i] = sdat_name_slot{-1, 0};
+    return slots;
+}
+
+void put(sdat_name_slot* slots, ci_u32 mask, const sdat_name_slot& entry) {
+    ci_u32 slot = entry.hash & mask;
+    while (slots[slot].index >= 0) slot = (slot + 1) & mask;
+    slots[slot] = entry;
+}
+
+// Doubles the table; the slots keep each name's hash, so no name is read.
+bool grow(sdat_name_index* index) {
+    const ci_u32 size = index->mask + 1;
+    if (size >= 0x40000000u) return false;
+    sdat_name_slot* slots = empty_slots(2 * size);
+    if (!slots) return false;
+    for (ci_u32 i = 0; i < size; ++i)
+        if (index->slots[i].index >= 0) put(slots, 2 * size - 1, index->slots[i]);
+    free(index->slots);
+    index->slots = slots;
+    index->mask = 2 * size - 1;
+    return true;
 }
 
 }  // namespace
@@ -22,11 +56,10 @@ ci_u32 folded_hash(const char* name) {
 int sdat_name_index_init(sdat_name_index* index, ci_s32 capacity) {
     ci_u32 size = 16;
     while (size < 2u * static_cast<ci_u32>(capacity) && size < 0x40000000u) size *= 2;
-    index->slots = static_cast<sdat_name_slot*>(malloc(size * sizeof *index->slots));
+    index->slots = empty_slots(size);
     index->mask = size - 1;
-    if (!index->slots) return 0;
-    for (ci_u32 i = 0; i < size; ++i) index->slots[i] = sdat_name_slot{-1, 0};
-    return 1;
+    index->count = 0;
+    return index->slots != nullptr;
 }
 
 void sdat_name_index_free(sdat_name_index* index) {
@@ -34,8 +67,17 @@ void sdat_name_index_free(sdat_name_index* index) {
     index->slots = nullptr;
 }
 
-ci_s32 sdat_name_index_find(const sdat_name_index* index, const ci_reg_data_t* regs, const char* name) {
-    const ci_u32 hash = folded_hash(name);
+ci_u32 sdat_name_hash(const char* name) {
+    const size_t length = strlen(name);
+    uint64_t h = length;
+    size_t at = 0;
+    for (; length - at >= 8; at += 8) h = mix(h, folded_word(name + at, 8));
+    if (at < length) h = mix(h, folded_word(name + at, length - at));
+    h = mix(h, 0);
+    return static_cast<ci_u32>(h ^ (h >> 32));
+}
+
+ci_s32 sdat_name_index_lookup(const sdat_name_index* index, const ci_reg_data_t* regs, const char* name, ci_u32 hash) {
     for (ci_u32 slot = hash & index->mask;; slot = (slot + 1) & index->mask) {
         const sdat_name_slot& s = index->slots[slot];
         if (s.index < 0) return -1;
@@ -43,9 +85,17 @@ ci_s32 sdat_name_index_find(const sdat_name_index* index, const ci_reg_data_t* r
     }
 }
 
-void sdat_name_index_add(sdat_name_index* index, const ci_reg_data_t* regs, ci_s32 i) {
-    const ci_u32 hash = folded_hash(regs[i].unique_desc);
-    ci_u32 slot = hash & index->mask;
-    while (index->slots[slot].index >= 0) slot = (slot + 1) & index->mask;
-    index->slots[slot] = sdat_name_slot{i, hash};
+int sdat_name_index_insert(sdat_name_index* index, ci_s32 i, ci_u32 hash) {
+    if (2 * (index->count + 1) > index->mask + 1 && !grow(index) && index->count == index->mask) return 0;
+    put(index->slots, index->mask, sdat_name_slot{i, hash});
+    ++index->count;
+    return 1;
+}
+
+ci_s32 sdat_name_index_find(const sdat_name_index* index, const ci_reg_data_t* regs, const char* name) {
+    return sdat_name_index_lookup(index, regs, name, sdat_name_hash(name));
+}
+
+int sdat_name_index_add(sdat_name_index* index, const ci_reg_data_t* regs, ci_s32 i) {
+    return sdat_name_index_insert(index, i, sdat_name_hash(regs[i].unique_desc));
 }

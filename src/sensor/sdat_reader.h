@@ -124,6 +124,11 @@ ci_s32 get_num_regs(sdat_reader* r);
 // position is left where it was.
 ci_s32 sdat_count_registers(sdat_reader* r, size_t* bitfields);
 ci_error_code parse_registers(sdat_reader* r);
+// The first registers section of a description read into an arena in one
+// pass (sdat_registers_once.cpp).  Returns 1 when it is read; 0, with the
+// reader as it was, when the section holds a line to report (or the pass
+// cannot be used), and the usual two passes must read it.
+int sdat_read_registers_once(sdat_reader* r);
 ci_error_code parse_subdevices(sdat_reader* r);
 
 // ---- value lists (sdat_values.cpp)

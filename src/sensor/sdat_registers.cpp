@@ -112,7 +112,8 @@ bool prepare(register_pass* p, ci_s32 count, size_t bitfields) {
                static_cast<size_t>(p->capacity - sensor->num_regs) * sizeof *sensor->regs);
     sdat_name_index_free(&p->names);
     if (!sdat_name_index_init(&p->names, p->capacity)) return false;
-    for (ci_s32 i = 0; i < sensor->num_regs; ++i) sdat_name_index_add(&p->names, sensor->regs, i);
+    for (ci_s32 i = 0; i < sensor->num_regs; ++i)
+        if (!sdat_name_index_add(&p->names, sensor->regs, i)) return false;
     return true;
 }
 
@@ -200,7 +201,8 @@ bool acceptable(register_pass* p, const sdat_register_line* l) {
 ci_error_code store_register(register_pass* p, const sdat_register_line* l, int* more) {
     sdat_reader* r = p->r;
     ci_sensor_t* sensor = r->sensor;
-    ci_reg_data_t* reg = &sensor->regs[sensor->num_regs];
+    ci_reg_data_t* reg = regmap_arena_register(sensor->regs, static_cast<size_t>(sensor->num_regs));
+    if (!reg) return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate registers");
     sdat_fill_register(sensor, l, reg);
     bool inArena = false;
     ci_bitfield_t* table = bitfield_table(sensor, &inArena);
@@ -211,7 +213,8 @@ ci_error_code store_register(register_pass* p, const sdat_register_line* l, int*
         memset(reg, 0, sizeof *reg);
         return CI_CAMERA_SUCCESS;
     }
-    sdat_name_index_add(&p->names, sensor->regs, sensor->num_regs);
+    if (!sdat_name_index_add(&p->names, sensor->regs, sensor->num_regs))
+        return CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate registers");
     sensor->num_regs++;
     sdat_note_page_select(sensor, reg, 0);
     return sdat_reject_chip_version(r, reg);
@@ -263,11 +266,12 @@ ci_s32 get_num_regs(sdat_reader* r) {
 }
 
 ci_error_code parse_registers(sdat_reader* r) {
+    if (sdat_read_registers_once(r)) return CI_CAMERA_SUCCESS;
     count_state c{r->text.pos, r->lineNo, false, false};
     size_t bitfields = 0;
     ci_s32 count = count_more(r, &c, &bitfields, r->ctx->match_chip_version_reg != 0);
     if (count == 0) return CI_CAMERA_SUCCESS;
-    register_pass p{r, r->sensor->num_regs, {nullptr, 0}, CI_CAMERA_SUCCESS, c};
+    register_pass p{r, r->sensor->num_regs, {}, CI_CAMERA_SUCCESS, c};
     ci_error_code result =
         prepare(&p, count, bitfields) ? read_section(&p) : CK_ERR(CI_CAMERA_ERROR, "Couldn't allocate registers");
     release(&p);

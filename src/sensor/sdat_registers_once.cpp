@@ -1,0 +1,144 @@
+// A registers section read in one pass.
+//
+// The usual reading counts a section before it reads it: the count sizes
+// the register table and reports every line that is neither a register nor
+// a bitfield before any line is read.  For a section without such lines the
+// count only costs time.  This pass sizes the table by an upper bound
+// instead (the lines left in the file; the part of the arena never reached
+// is address space only) and reads each line once.  At the first line that
+// the count would report or the reading would refuse, it gives back what it
+// built and puts the reading position back; the section is then read the
+// usual way, so that every message comes as it always does.
+#define CK_SOURCE "sensor_data"
+#include <string.h>
+
+#include "core/camkit_private.h"
+#include "sensor/regmap_arena.h"
+#include "sensor/sdat_name_index.h"
+#include "sensor/sdat_reader.h"
+#include "sensor/sdat_register_line.h"
+
+namespace {
+
+// Line ends in the n bytes at p, sixteen bytes a step.
+size_t count_line_ends(const char* p, size_t n) {
+    typedef char bytes16 __attribute__((vector_size(16)));
+    size_t count = 0;
+    size_t at = 0;
+    while (n - at >= 16) {
+        // Up to 255 steps at a time, so that the per-lane sums cannot wrap.
+        bytes16 sums = {};
+        const size_t steps = (n - at) / 16 < 255 ? (n - at) / 16 : 255;
+        for (size_t s = 0; s < steps; ++s, at += 16) {
+            bytes16 chunk;
+            memcpy(&chunk, p + at, sizeof chunk);
+            sums -= (chunk == '\n');  // a match is -1 in its lane
+        }
+        for (int lane = 0; lane < 16; ++lane) count += static_cast<unsigned char>(sums[lane]);
+    }
+    for (; at < n; ++at) count += p[at] == '\n';
+    return count;
+}
+
+struct once_pass {
+    sdat_reader* r;
+    sdat_name_index names;
+    ci_u32 hash;  // of the name of the register being stored
+};
+
+// Reads the bitfield lines after a register into table (room for
+// CI_MAX_BITFIELDS); the line after them is left in *line (*more is 0 at
+// the end of the file).  Returns the number read, or -1 when the register
+// has too many.
+ci_s32 read_fields(sdat_reader* r, ci_bitfield_t* table, sdat_span* line, int* more) {
+    ci_s32 n = 0;
+    while ((*more = sdat_next_view(r, SDAT_LINE_REGISTERS, line)) != 0) {
+        if (n == CI_MAX_BITFIELDS) {
+            ci_bitfield_t spare;
+            memset(&spare, 0, sizeof spare);
+            return sdat_scan_bitfield_view(line, &spare) ? -1 : n;
+        }
+        if (!sdat_scan_bitfield_view(line, &table[n])) return n;
+        ++n;
+    }
+    return n;
+}
+
+// Whether the scanned register may be stored without a message.
+bool acceptable(once_pass* p, const sdat_register_line* l) {
+    char name[CI_STRING_LEN];
+    if (!StringCopyandCheckSpace(name, l->name)) return false;
+    p->hash = sdat_name_hash(name);
+    return sdat_name_index_lookup(&p->names, p->r->sensor->regs, name, p->hash) < 0;
+}
+
+// Stores the scanned register and reads its bitfields; *line and *more as
+// in read_fields.  False when the section must be read the usual way.
+bool store(once_pass* p, const sdat_register_line* l, sdat_span* line, int* more) {
+    ci_sensor_t* sensor = p->r->sensor;
+    const ci_s32 i = sensor->num_regs;
+    ci_reg_data_t* reg = regmap_arena_register(sensor->regs, static_cast<size_t>(i));
+    ci_bitfield_t* table = reg ? regmap_arena_slots(sensor->regs, CI_MAX_BITFIELDS) : nullptr;
+    if (!table) return false;
+    sdat_fill_register(sensor, l, reg);
+    const ci_s32 n = read_fields(p->r, table, line, more);
+    if (n < 0 || !sdat_name_index_insert(&p->names, i, p->hash)) return false;
+    if (n > 0) {
+        regmap_arena_commit(sensor->regs, static_cast<size_t>(n));
+        reg->bitfield = table;
+        reg->num_bitfields = n;
+    }
+    sensor->num_regs++;
+    sdat_note_page_select(sensor, reg, 0);
+    return true;
+}
+
+// The lines of the section; false at the first one the usual reading
+// would report.
+bool read_lines(once_pass* p) {
+    sdat_reader* r = p->r;
+    const ci_s32 version = r->ctx->sdat_version;
+    sdat_register_line l;
+    sdat_span line;
+    int more = sdat_next_view(r, SDAT_LINE_REGISTERS, &line);
+    while (more) {
+        if (sdat_view_ends_section(&line)) {
+            sdat_hold_view(r, &line);
+            return true;
+        }
+        if (!sdat_view_counts_as_register(&line, version)) return false;
+        sdat_hold_view(r, &line);
+        if (!sdat_scan_register_line(r->line, version, &l) || !acceptable(p, &l)) return false;
+        if (!store(p, &l, &line, &more)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int sdat_read_registers_once(sdat_reader* r) {
+    ci_sensor_t* sensor = r->sensor;
+    if (!r->arena || sensor->regs || r->ctx->match_chip_version_reg) return 0;
+    const size_t bound = count_line_ends(r->text.data + r->text.pos, r->text.size - r->text.pos) + 1;
+    sensor->regs = regmap_arena_new(bound, bound + CI_MAX_BITFIELDS);
+    once_pass p{r, {}, 0};
+    if (!sensor->regs || !sdat_name_index_init(&p.names, 64)) {
+        regmap_arena_free(sensor->regs, 0);
+        sensor->regs = nullptr;
+        return 0;
+    }
+    const size_t pos = r->text.pos;
+    const ci_s32 lineNo = r->lineNo;
+    char held[sizeof r->line];
+    memcpy(held, r->line, sizeof held);
+    const bool clean = read_lines(&p);
+    sdat_name_index_free(&p.names);
+    if (clean) return 1;
+    regmap_arena_free(sensor->regs, sensor->num_regs);
+    sensor->regs = nullptr;
+    sensor->num_regs = 0;
+    r->text.pos = pos;
+    r->lineNo = lineNo;
+    memcpy(r->line, held, sizeof held);
+    return 0;
+}
