@@ -1,6 +1,7 @@
 // Reading a whole sensor-data file into memory.  Both passes over a
 // registers section then scan the same bytes, and the file is read once.
-// The text of a large file goes to a bulk block, faulted in at once.
+// The text of a large file goes to a bulk block; a new block is faulted in
+// a huge page at a time, each just before the read fills it.
 #define CK_SOURCE "sensor_data"
 #include <stdint.h>
 #include <stdlib.h>
@@ -25,7 +26,9 @@ std::mutex g_spareLock;
 void* g_spare = nullptr;
 size_t g_spareSize = 0;
 
-void* take_bulk(size_t bytes, size_t* size) {
+// A block of at least `bytes`: the spare (*fresh false: faulted in
+// already), or a new reserved one.
+void* take_bulk(size_t bytes, size_t* size, bool* fresh) {
     {
         std::lock_guard<std::mutex> hold(g_spareLock);
         if (g_spare && g_spareSize >= bytes) {
@@ -33,10 +36,12 @@ void* take_bulk(size_t bytes, size_t* size) {
             *size = g_spareSize;
             g_spare = nullptr;
             g_spareSize = 0;
+            *fresh = false;
             return block;
         }
     }
-    return bulk_map(bytes, size);
+    *fresh = true;
+    return bulk_reserve(bytes, size);
 }
 
 void give_back_bulk(void* block, size_t size) {
@@ -59,25 +64,29 @@ size_t expected_size(FILE* fp) {
     return left < SIZE_MAX / 2 ? static_cast<size_t>(left) + 1 : kFirstChunk;  // + 1 sees the end at once
 }
 
-bool allocate(sdat_text* text, size_t capacity) {
+// Room for capacity bytes; *fresh tells a new bulk block, which is faulted
+// in piece by piece as it is filled.
+bool allocate(sdat_text* text, size_t capacity, bool* fresh) {
     text->mapped = 0;
+    *fresh = false;
     if (capacity >= kBulkText) {
-        text->data = static_cast<char*>(take_bulk(capacity, &text->mapped));
+        text->data = static_cast<char*>(take_bulk(capacity, &text->mapped, fresh));
         if (text->data) return true;
     }
     text->data = static_cast<char*>(malloc(capacity));
     return text->data != nullptr;
 }
 
-bool grow(sdat_text* text, size_t* capacity) {
+bool grow(sdat_text* text, size_t* capacity, bool* fresh) {
     if (*capacity > SIZE_MAX / 2) return false;
     size_t bigger = *capacity * 2;
     if (text->mapped) {  // a file that grew while it was read
         sdat_text old = *text;
-        if (!allocate(text, bigger)) {
+        if (!allocate(text, bigger, fresh)) {
             *text = old;
             return false;
         }
+        if (*fresh) bulk_populate(text->data, old.size);
         memcpy(text->data, old.data, old.size);
         give_back_bulk(old.data, old.mapped);
     } else {
@@ -89,6 +98,17 @@ bool grow(sdat_text* text, size_t* capacity) {
     return true;
 }
 
+// Reads up to the capacity; a fresh block is faulted in a huge page ahead
+// of the read, so that the bytes land in memory still in the cache.
+size_t read_more(FILE* fp, sdat_text* text, size_t capacity, bool fresh) {
+    size_t room = capacity - text->size;
+    if (fresh) {
+        if (room > BULK_STEP) room = BULK_STEP;
+        bulk_populate(text->data + text->size, room);
+    }
+    return fread(text->data + text->size, 1, room, fp);
+}
+
 }  // namespace
 
 int sdat_text_read(FILE* fp, sdat_text* text) {
@@ -96,13 +116,14 @@ int sdat_text_read(FILE* fp, sdat_text* text) {
     text->size = 0;
     text->pos = 0;
     text->nulFree = 0;
-    if (!allocate(text, capacity)) return 0;
+    bool fresh = false;
+    if (!allocate(text, capacity, &fresh)) return 0;
     for (;;) {
-        if (text->size == capacity && !grow(text, &capacity)) {
+        if (text->size == capacity && !grow(text, &capacity, &fresh)) {
             sdat_text_free(text);
             return 0;
         }
-        size_t got = fread(text->data + text->size, 1, capacity - text->size, fp);
+        size_t got = read_more(fp, text, capacity, fresh);
         text->size += got;
         if (got == 0) {
             text->nulFree = memchr(text->data, '\0', text->size) == nullptr;
