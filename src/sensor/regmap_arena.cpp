@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -18,7 +19,9 @@ namespace {
 // one (identification reads one description after another).
 const size_t kKeptSpare = size_t{256} << 20;
 
-struct Mapping {
+}  // namespace
+
+struct regmap_mapping {
     void* base;
     size_t size;
 };
@@ -28,7 +31,7 @@ struct Mapping {
 // in; the rest is made so only when asked for: a fresh mapping (all zero
 // still) is faulted in a huge page of the mapping at a time, a reused one
 // is cleared just where the records go.
-struct Region {
+struct regmap_region {
     char* mapping;
     size_t offset;
     size_t bytes;
@@ -51,18 +54,24 @@ struct Region {
     }
 };
 
-struct Arena {
+struct regmap_arena {
     ci_reg_data_t* regs;        // the key: the description's register array
-    std::vector<Mapping> maps;  // the newest last; older ones still hold bitfields
+    std::vector<regmap_mapping> maps;  // the newest last; older ones still hold bitfields
     size_t regCapacity;         // records the register part of the newest mapping holds
-    Region regArea;             // that part
-    Region fieldArea;           // and its bitfield part
+    regmap_region regArea;             // that part
+    regmap_region fieldArea;           // and its bitfield part
     size_t capacity;            // bitfield slots in the newest mapping
     size_t used;                // slots committed
 };
 
+namespace {
+
+using Mapping = regmap_mapping;
+using Region = regmap_region;
+using Arena = regmap_arena;
+
 std::mutex g_lock;
-std::vector<Arena> g_arenas;
+std::vector<std::unique_ptr<Arena>> g_arenas;  // each stays where it is while it lives
 Mapping g_spare{nullptr, 0};
 
 size_t round_up(size_t n, size_t to) { return (n + to - 1) / to * to; }
@@ -105,8 +114,8 @@ void give_back(const Mapping& m) {
 
 Arena* find(const ci_reg_data_t* regs) {
     if (!regs) return nullptr;
-    for (Arena& a : g_arenas)
-        if (a.regs == regs) return &a;
+    for (const std::unique_ptr<Arena>& a : g_arenas)
+        if (a->regs == regs) return a.get();
     return nullptr;
 }
 
@@ -143,19 +152,37 @@ ci_reg_data_t* regmap_arena_new(size_t regs, size_t bitfields) {
     bool fresh = false;
     Mapping m = take_mapping(bytes, &fresh);
     if (!m.base) return nullptr;
-    Arena a{};
-    place(&a, m, regs, fresh);
-    g_arenas.push_back(a);
-    return a.regs;
+    auto a = std::make_unique<Arena>();
+    place(a.get(), m, regs, fresh);
+    g_arenas.push_back(std::move(a));
+    return g_arenas.back()->regs;
+}
+
+regmap_arena* regmap_arena_of(const ci_reg_data_t* regs) {
+    std::lock_guard<std::mutex> hold(g_lock);
+    return find(regs);
+}
+
+ci_reg_data_t* regmap_arena_record(regmap_arena* a, size_t i) {
+    if (i >= a->regCapacity) return nullptr;
+    a->regArea.prepare((i + 1) * sizeof(ci_reg_data_t));
+    return a->regs + i;
+}
+
+ci_bitfield_t* regmap_arena_take(regmap_arena* a, size_t want) {
+    if (want > a->capacity - a->used) return nullptr;
+    a->fieldArea.prepare((a->used + want) * sizeof(ci_bitfield_t));
+    return field_slots(*a) + a->used;
+}
+
+void regmap_arena_keep(regmap_arena* a, size_t n) {
+    if (n <= a->capacity - a->used) a->used += n;
 }
 
 ci_reg_data_t* regmap_arena_register(ci_reg_data_t* regs, size_t i) {
     std::lock_guard<std::mutex> hold(g_lock);
     Arena* a = find(regs);
-    if (!a) return regs + i;
-    if (i >= a->regCapacity) return nullptr;
-    a->regArea.prepare((i + 1) * sizeof(ci_reg_data_t));
-    return regs + i;
+    return a ? regmap_arena_record(a, i) : regs + i;
 }
 
 ci_reg_data_t* regmap_grow_registers(ci_reg_data_t* regs, size_t used, size_t total, size_t bitfields) {
@@ -188,15 +215,13 @@ bool regmap_arena_owns(const ci_reg_data_t* regs) {
 ci_bitfield_t* regmap_arena_slots(const ci_reg_data_t* regs, size_t want) {
     std::lock_guard<std::mutex> hold(g_lock);
     Arena* a = find(regs);
-    if (!a || want > a->capacity - a->used) return nullptr;
-    a->fieldArea.prepare((a->used + want) * sizeof(ci_bitfield_t));
-    return field_slots(*a) + a->used;
+    return a ? regmap_arena_take(a, want) : nullptr;
 }
 
 void regmap_arena_commit(const ci_reg_data_t* regs, size_t n) {
     std::lock_guard<std::mutex> hold(g_lock);
     Arena* a = find(regs);
-    if (a && n <= a->capacity - a->used) a->used += n;
+    if (a) regmap_arena_keep(a, n);
 }
 
 bool regmap_arena_free(ci_reg_data_t* regs, ci_s32 num_regs) {
@@ -206,7 +231,8 @@ bool regmap_arena_free(ci_reg_data_t* regs, ci_s32 num_regs) {
         Arena* a = find(regs);
         if (!a) return false;
         maps.swap(a->maps);
-        *a = g_arenas.back();
+        for (std::unique_ptr<Arena>& held : g_arenas)
+            if (held.get() == a) held.swap(g_arenas.back());
         g_arenas.pop_back();
     }
     for (ci_s32 i = 0; i < num_regs; ++i) {

@@ -32,6 +32,17 @@ ci_reg_data_t* regmap_arena_new(size_t regs, size_t bitfields);
 // a heap table, simply &regs[i].
 ci_reg_data_t* regmap_arena_register(ci_reg_data_t* regs, size_t i);
 
+// The arena of an arena-owned table (nullptr for any other table), for the
+// reader that fills the description: the four calls below take no lock.
+// The handle holds until the table is grown or freed, and only the thread
+// filling the description may use it.
+typedef struct regmap_arena regmap_arena;
+regmap_arena* regmap_arena_of(const ci_reg_data_t* regs);
+// As regmap_arena_register, regmap_arena_slots and regmap_arena_commit.
+ci_reg_data_t* regmap_arena_record(regmap_arena* arena, size_t i);
+ci_bitfield_t* regmap_arena_take(regmap_arena* arena, size_t want);
+void regmap_arena_keep(regmap_arena* arena, size_t n);
+
 // Grows a register table to `total` records, keeping the first `used`, with
 // room for `bitfields` more bitfields; the records from `used` on are
 // zeroed for an arena-owned table (an arena with room enough keeps its

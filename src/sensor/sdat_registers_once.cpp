@@ -42,6 +42,7 @@ size_t count_line_ends(const char* p, size_t n) {
 
 struct once_pass {
     sdat_reader* r;
+    regmap_arena* arena;
     sdat_name_index names;
     ci_u32 hash;  // of the name of the register being stored
 };
@@ -77,14 +78,14 @@ bool acceptable(once_pass* p, const sdat_register_line* l) {
 bool store(once_pass* p, const sdat_register_line* l, sdat_span* line, int* more) {
     ci_sensor_t* sensor = p->r->sensor;
     const ci_s32 i = sensor->num_regs;
-    ci_reg_data_t* reg = regmap_arena_register(sensor->regs, static_cast<size_t>(i));
-    ci_bitfield_t* table = reg ? regmap_arena_slots(sensor->regs, CI_MAX_BITFIELDS) : nullptr;
+    ci_reg_data_t* reg = regmap_arena_record(p->arena, static_cast<size_t>(i));
+    ci_bitfield_t* table = reg ? regmap_arena_take(p->arena, CI_MAX_BITFIELDS) : nullptr;
     if (!table) return false;
     sdat_fill_register(sensor, l, reg);
     const ci_s32 n = read_fields(p->r, table, line, more);
     if (n < 0 || !sdat_name_index_insert(&p->names, i, p->hash)) return false;
     if (n > 0) {
-        regmap_arena_commit(sensor->regs, static_cast<size_t>(n));
+        regmap_arena_keep(p->arena, static_cast<size_t>(n));
         reg->bitfield = table;
         reg->num_bitfields = n;
     }
@@ -121,8 +122,8 @@ int sdat_read_registers_once(sdat_reader* r) {
     if (!r->arena || sensor->regs || r->ctx->match_chip_version_reg) return 0;
     const size_t bound = count_line_ends(r->text.data + r->text.pos, r->text.size - r->text.pos) + 1;
     sensor->regs = regmap_arena_new(bound, bound + CI_MAX_BITFIELDS);
-    once_pass p{r, {}, 0};
-    if (!sensor->regs || !sdat_name_index_init(&p.names, 64)) {
+    once_pass p{r, regmap_arena_of(sensor->regs), {}, 0};
+    if (!p.arena || !sdat_name_index_init(&p.names, 64)) {
         regmap_arena_free(sensor->regs, 0);
         sensor->regs = nullptr;
         return 0;
