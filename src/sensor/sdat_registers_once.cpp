@@ -10,6 +10,7 @@
 // built and puts the reading position back; the section is then read the
 // usual way, so that every message comes as it always does.
 #define CK_SOURCE "sensor_data"
+#include <ctype.h>
 #include <string.h>
 
 #include "core/camkit_private.h"
@@ -65,10 +66,13 @@ ci_s32 read_fields(sdat_reader* r, ci_bitfield_t* table, sdat_span* line, int* m
     return n;
 }
 
-// Whether the scanned register may be stored without a message.
-bool acceptable(once_pass* p, const sdat_register_line* l) {
-    char name[CI_STRING_LEN];
-    if (!StringCopyandCheckSpace(name, l->name)) return false;
+// Whether the stored name (trimmed by sdat_fill_register) is one the usual
+// reading accepts without a message: not empty, no blank inside, and not
+// taken.
+bool acceptable(once_pass* p, const char* name) {
+    if (name[0] == '\0') return false;
+    for (const char* c = name; *c; ++c)
+        if (isspace(static_cast<unsigned char>(*c))) return false;
     p->hash = sdat_name_hash(name);
     return sdat_name_index_lookup(&p->names, p->r->sensor->regs, name, p->hash) < 0;
 }
@@ -82,6 +86,7 @@ bool store(once_pass* p, const sdat_register_line* l, sdat_span* line, int* more
     ci_bitfield_t* table = reg ? regmap_arena_take(p->arena, CI_MAX_BITFIELDS) : nullptr;
     if (!table) return false;
     sdat_fill_register(sensor, l, reg);
+    if (!acceptable(p, reg->unique_desc)) return false;
     const ci_s32 n = read_fields(p->r, table, line, more);
     if (n < 0 || !sdat_name_index_insert(&p->names, i, p->hash)) return false;
     if (n > 0) {
@@ -109,7 +114,7 @@ bool read_lines(once_pass* p) {
         }
         if (!sdat_view_counts_as_register(&line, version)) return false;
         sdat_hold_view(r, &line);
-        if (!sdat_scan_register_line(r->line, version, &l) || !acceptable(p, &l)) return false;
+        if (!sdat_scan_register_line(r->line, version, &l)) return false;
         if (!store(p, &l, &line, &more)) return false;
     }
     return true;
