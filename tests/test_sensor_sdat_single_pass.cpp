@@ -113,6 +113,9 @@ TEST(SdatSinglePass, FaultsFoundLateStillGiveTheirUsualCodes) {
         {"a duplicate name", "r7 = {7, CORE, 1, 1, RW, 0, \"\"}\n", CI_DUPLICATE_DESC_ERROR, 200},
         {"a register with 34 bitfields", tooMany, CI_PARSE_REG_ERROR, 200},
         {"a name with a blank", "TWO WORDS = {7, CORE, 1, 1, RW, 0, \"\"}\n", CI_PARSE_REG_ERROR, 200},
+        // The count reports a register without texts and leaves no room
+        // for it, so the reading refuses it too.
+        {"a register without texts", "BARE = {7, CORE, 1, 1, RW, 0}\n", CI_PARSE_REG_ERROR, 200},
         {"a bitfield line before any register", "", CI_PARSE_REG_ERROR, 200},
     };
     for (const Case& c : cases) {

@@ -112,9 +112,11 @@ bool read_lines(once_pass* p) {
             sdat_hold_view(r, &line);
             return true;
         }
-        if (!sdat_view_counts_as_register(&line, version)) return false;
+        // A line that scans with its texts is one the count counts as a
+        // register too (its form is the more lenient); a line without them
+        // is not.
         sdat_hold_view(r, &line);
-        if (!sdat_scan_register_line(r->line, version, &l)) return false;
+        if (!sdat_scan_register_line(r->line, version, &l) || l.rest[0] == '\0') return false;
         if (!store(p, &l, &line, &more)) return false;
     }
     return true;
