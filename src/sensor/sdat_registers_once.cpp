@@ -130,7 +130,10 @@ int sdat_read_registers_once(sdat_reader* r) {
     const size_t bound = count_line_ends(r->text.data + r->text.pos, r->text.size - r->text.pos) + 1;
     sensor->regs = regmap_arena_new(bound, bound + CI_MAX_BITFIELDS);
     once_pass p{r, regmap_arena_of(sensor->regs), {}, 0};
-    if (!p.arena || !sdat_name_index_init(&p.names, 64)) {
+    // A register usually comes with a few bitfield lines; the index grows
+    // when the guess is short.
+    const ci_s32 guess = bound / 4 < 1 << 20 ? static_cast<ci_s32>(bound / 4) : 1 << 20;
+    if (!p.arena || !sdat_name_index_init(&p.names, guess)) {
         regmap_arena_free(sensor->regs, 0);
         sensor->regs = nullptr;
         return 0;
