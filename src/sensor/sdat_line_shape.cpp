@@ -137,27 +137,34 @@ int sdat_is_bitfield_line(const char* line) {
     return sdat_view_is_bitfield_line(&view);
 }
 
-int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l) {
-    l->rest[0] = '\0';
-    l->span = 1;
-    sdat_span name{};
-    sdat_span space{};
-    sdat_span rw{};
-    Shape s(whole(line));
-    s.run('=', 255, &name).lit('=').blanks().lit('{').number(&l->addr).comma().run(',', 39, &space).comma();
-    if (sdatVersion >= 2) s.number(&l->span).comma();
-    s.number(&l->mask).comma().run(',', 4, &rw).comma().number(&l->def);
+int sdat_split_register_line(const sdat_span* line, ci_s32 sdatVersion, sdat_register_parts* parts) {
+    *parts = sdat_register_parts{};
+    parts->span = 1;
+    Shape s(*line);
+    s.run('=', 255, &parts->name).lit('=').blanks().lit('{').number(&parts->addr).comma();
+    s.run(',', 39, &parts->space).comma();
+    if (sdatVersion >= 2) s.number(&parts->span).comma();
+    s.number(&parts->mask).comma().run(',', 4, &parts->rw).comma().number(&parts->def);
     if (!s.matched()) return 0;
-    copy_span(l->name, name);
-    copy_span(l->space, space);
-    copy_span(l->rw, rw);
-    sdat_span rest{};
-    s.comma().run('}', 760, &rest);
-    if (s.matched()) {
-        copy_span(l->rest, rest);
-        return 1;
-    }
+    s.comma().run('}', 760, &parts->rest);
+    if (s.matched()) return 1;
+    parts->rest = sdat_span{};
     return sdatVersion >= 2;  // the texts may be missing there
+}
+
+int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l) {
+    const sdat_span view = whole(line);
+    sdat_register_parts parts;
+    if (!sdat_split_register_line(&view, sdatVersion, &parts)) return 0;
+    copy_span(l->name, parts.name);
+    l->addr = parts.addr;
+    copy_span(l->space, parts.space);
+    l->span = parts.span;
+    l->mask = parts.mask;
+    copy_span(l->rw, parts.rw);
+    l->def = parts.def;
+    copy_span(l->rest, parts.rest);
+    return 1;
 }
 
 int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts) {

@@ -28,6 +28,10 @@ ci_u32 sdat_name_hash(const char* name);
 // The same two calls for a caller that has the name's hash already.
 ci_s32 sdat_name_index_lookup(const sdat_name_index* index, const ci_reg_data_t* regs, const char* name, ci_u32 hash);
 int sdat_name_index_insert(sdat_name_index* index, ci_s32 i, ci_u32 hash);
+// Starts fetching the first slot a lookup of the hash reads.
+inline void sdat_name_index_prefetch(const sdat_name_index* index, ci_u32 hash) {
+    __builtin_prefetch(&index->slots[hash & index->mask]);
+}
 // Index of the register called name (ignoring case), or -1.
 ci_s32 sdat_name_index_find(const sdat_name_index* index, const ci_reg_data_t* regs, const char* name);
 // Adds regs[i] under its unique_desc.  Returns 0 when the table is full and

@@ -16,6 +16,18 @@ typedef struct sdat_register_line {
     char rest[761];  // the quoted description and detail
 } sdat_register_line;
 
+// The items of a register line, in place.
+typedef struct sdat_register_parts {
+    sdat_span name;  // untrimmed
+    ci_u32 addr;
+    sdat_span space;  // untrimmed
+    ci_u32 span;
+    ci_u32 mask;
+    sdat_span rw;
+    ci_u32 def;
+    sdat_span rest;  // empty when the texts are missing
+} sdat_register_parts;
+
 // The items of a bitfield line.
 typedef struct sdat_bitfield_parts {
     sdat_span name;
@@ -30,12 +42,18 @@ int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts);
 // Scans a register line in the form of the file's sdat_version; returns 0
 // when too few items scan.
 int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l);
+// The same, finding the items in place.  The line holds no NUL, and the
+// character after it (a line end) ends a number.
+int sdat_split_register_line(const sdat_span* line, ci_s32 sdatVersion, sdat_register_parts* parts);
 // The more lenient test of the counting pass.
 int sdat_counts_as_register(const char* line, ci_s32 sdatVersion);
 int sdat_view_counts_as_register(const sdat_span* line, ci_s32 sdatVersion);
 // Fills *reg, which must be zeroed (only the fields read are written), from
 // a scanned line of the sensor's file.
 void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, ci_reg_data_t* reg);
+// The same from the items in place.  Returns whether the name is one a
+// register may have: not empty once trimmed, and no white space inside.
+int sdat_fill_register_parts(const ci_sensor_t* sensor, const sdat_register_parts* parts, ci_reg_data_t* reg);
 // Scans a bitfield line into *bf, which must be zeroed (only the fields
 // read are written); returns 0, leaving *bf untouched, when the line is not
 // one.

@@ -10,7 +10,6 @@
 // built and puts the reading position back; the section is then read the
 // usual way, so that every message comes as it always does.
 #define CK_SOURCE "sensor_data"
-#include <ctype.h>
 #include <string.h>
 
 #include "core/camkit_private.h"
@@ -45,7 +44,6 @@ struct once_pass {
     sdat_reader* r;
     regmap_arena* arena;
     sdat_name_index names;
-    ci_u32 hash;  // of the name of the register being stored
 };
 
 // Reads the bitfield lines after a register into table (room for
@@ -66,29 +64,22 @@ ci_s32 read_fields(sdat_reader* r, ci_bitfield_t* table, sdat_span* line, int* m
     return n;
 }
 
-// Whether the stored name (trimmed by sdat_fill_register) is one the usual
-// reading accepts without a message: not empty, no blank inside, and not
-// taken.
-bool acceptable(once_pass* p, const char* name) {
-    if (name[0] == '\0') return false;
-    for (const char* c = name; *c; ++c)
-        if (isspace(static_cast<unsigned char>(*c))) return false;
-    p->hash = sdat_name_hash(name);
-    return sdat_name_index_lookup(&p->names, p->r->sensor->regs, name, p->hash) < 0;
-}
-
-// Stores the scanned register and reads its bitfields; *line and *more as
-// in read_fields.  False when the section must be read the usual way.
-bool store(once_pass* p, const sdat_register_line* l, sdat_span* line, int* more) {
+// Stores the register of the line and reads its bitfields; *line and
+// *more as in read_fields.  False when the section must be read the usual
+// way.
+bool store(once_pass* p, const sdat_register_parts* parts, sdat_span* line, int* more) {
     ci_sensor_t* sensor = p->r->sensor;
     const ci_s32 i = sensor->num_regs;
     ci_reg_data_t* reg = regmap_arena_record(p->arena, static_cast<size_t>(i));
     ci_bitfield_t* table = reg ? regmap_arena_take(p->arena, CI_MAX_BITFIELDS) : nullptr;
-    if (!table) return false;
-    sdat_fill_register(sensor, l, reg);
-    if (!acceptable(p, reg->unique_desc)) return false;
+    if (!table || !sdat_fill_register_parts(sensor, parts, reg)) return false;
+    // The name's slot is fetched while the bitfields are read.
+    const ci_u32 hash = sdat_name_hash(reg->unique_desc);
+    sdat_name_index_prefetch(&p->names, hash);
     const ci_s32 n = read_fields(p->r, table, line, more);
-    if (n < 0 || !sdat_name_index_insert(&p->names, i, p->hash)) return false;
+    if (n < 0 || sdat_name_index_lookup(&p->names, sensor->regs, reg->unique_desc, hash) >= 0 ||
+        !sdat_name_index_insert(&p->names, i, hash))
+        return false;
     if (n > 0) {
         regmap_arena_keep(p->arena, static_cast<size_t>(n));
         reg->bitfield = table;
@@ -104,7 +95,7 @@ bool store(once_pass* p, const sdat_register_line* l, sdat_span* line, int* more
 bool read_lines(once_pass* p) {
     sdat_reader* r = p->r;
     const ci_s32 version = r->ctx->sdat_version;
-    sdat_register_line l;
+    sdat_register_parts parts;
     sdat_span line;
     int more = sdat_next_view(r, SDAT_LINE_REGISTERS, &line);
     while (more) {
@@ -115,9 +106,8 @@ bool read_lines(once_pass* p) {
         // A line that scans with its texts is one the count counts as a
         // register too (its form is the more lenient); a line without them
         // is not.
-        sdat_hold_view(r, &line);
-        if (!sdat_scan_register_line(r->line, version, &l) || l.rest[0] == '\0') return false;
-        if (!store(p, &l, &line, &more)) return false;
+        if (!sdat_split_register_line(&line, version, &parts) || parts.rest.length == 0) return false;
+        if (!store(p, &parts, &line, &more)) return false;
     }
     return true;
 }
@@ -129,7 +119,7 @@ int sdat_read_registers_once(sdat_reader* r) {
     if (!r->arena || sensor->regs || r->ctx->match_chip_version_reg) return 0;
     const size_t bound = count_line_ends(r->text.data + r->text.pos, r->text.size - r->text.pos) + 1;
     sensor->regs = regmap_arena_new(bound, bound + CI_MAX_BITFIELDS);
-    once_pass p{r, regmap_arena_of(sensor->regs), {}, 0};
+    once_pass p{r, regmap_arena_of(sensor->regs), {}};
     // A register usually comes with a few bitfield lines; the index grows
     // when the guess is short.
     const ci_s32 guess = bound / 4 < 1 << 20 ? static_cast<ci_s32>(bound / 4) : 1 << 20;
