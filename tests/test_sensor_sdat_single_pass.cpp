@@ -34,9 +34,10 @@ std::string variedLines() {
         const char* space = r % 3 == 0 ? "CORE" : (r % 3 == 1 ? "VARS" : "FAR_A");
         const std::string texts = r % 7 == 0 ? ", \"only one text\"" : ", \"Register " + std::to_string(r) + "\", \"" +
                                                          (r % 5 == 0 ? longText : "detail") + "\"";
-        out += (r % 4 == 0 ? "\t" : "") + name + " = {0x" + std::to_string(1000 + r) + ", " + space + ", " +
-               std::to_string(1 + r % 3) + ", 0xFFFF, " + (r % 2 ? "RO" : "rw") + ", " + std::to_string(r) + texts +
-               "}" + (r % 6 == 0 ? "\r\n" : "\n");
+        const std::string pad = r % 5 == 1 ? " \t" : "";  // blanks after the space and the access
+        out += (r % 4 == 0 ? "\t" : "") + name + " = {0x" + std::to_string(1000 + r) + ", " + space + pad + ", " +
+               std::to_string(1 + r % 3) + ", 0xFFFF, " + (r % 2 ? "RO" : "rw") + pad + ", " + std::to_string(r) +
+               texts + "}" + (r % 6 == 0 ? "\r\n" : "\n");
         if (r % 10 == 0) out += "; a comment\n\n   // another\n";
         for (int b = 0; b < (r * 7) % 34; ++b)
             out += "  {F" + std::to_string(b) + (b % 5 == 0 ? "  extra words" : "") + ", " +
