@@ -13,6 +13,7 @@
 #define CK_SOURCE "sensor_data"
 #include <string.h>
 
+#include "sensor/sdat_number.h"
 #include "sensor/sdat_register_line.h"
 #include "sensor/sdat_scan.h"
 
@@ -21,10 +22,10 @@ namespace {
 bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); }
 
 // One directive each; after a mismatch (the end of the line is one)
-// nothing more matches.  The line holds no NUL, and the character after
-// it ends a number (a terminator or a line end).
+// nothing more matches.  The line holds no NUL; nothing past its end is
+// read.
 class Shape {
-    static const size_t kShortRun = 8;
+    static const size_t kShortRun = 32;
 
 public:
     explicit Shape(const sdat_span& line) : p_(line.text), end_(line.text + line.length) {}
@@ -40,21 +41,30 @@ public:
         if (ok_) ++p_;
         return *this;
     }
-    // "%W[^stop]": one to W characters other than stop.
+    // "%W[^stop]": one to W characters other than stop.  Most runs are
+    // short: their first characters are matched inline, the rest of a long
+    // one through memchr.
     Shape& run(char stop, int width, sdat_span* out = nullptr) {
         if (!ok_) return *this;
-        const size_t left = static_cast<size_t>(end_ - p_);
-        const size_t length = left < static_cast<size_t>(width) ? left : static_cast<size_t>(width);
+        const size_t length = room(width);
+        const size_t head = length < kShortRun ? length : kShortRun;
         size_t n = 0;
-        if (length <= kShortRun) {  // a call costs more than the loop
-            while (n < length && p_[n] != stop) ++n;
-        } else {
-            const void* at = memchr(p_, stop, length);
+        while (n < head && p_[n] != stop) ++n;
+        if (n == kShortRun && n < length) {
+            const void* at = memchr(p_ + n, stop, length - n);
             n = at ? static_cast<size_t>(static_cast<const char*>(at) - p_) : length;
         }
         ok_ = n > 0;
         if (out) *out = sdat_span{p_, n};
         p_ += n;
+        return *this;
+    }
+    // "%W[^stop]" as the last directive, the caller walking the run itself:
+    // out gets the W characters (fewer at the line end) the run may take,
+    // the first of which must not be stop.
+    Shape& open_run(char stop, int width, sdat_span* out) {
+        ok_ = ok_ && p_ < end_ && *p_ != stop;
+        if (ok_) *out = sdat_span{p_, room(width)};
         return *this;
     }
     // "%W[^stop]" as the last directive of a form test: one character is
@@ -67,10 +77,9 @@ public:
     Shape& number(ci_u32* out = nullptr) {
         if (!ok_) return *this;
         blanks();
-        ok_ = p_ < end_;
-        if (!ok_) return *this;
         if (!out) return skip_number();
-        const char* after = sdat_scan_int(p_, out);
+        const char* end = end_;
+        const char* after = sdat_number_at(p_, [end](const char* q) { return q < end; }, out);
         ok_ = after != nullptr;
         if (ok_) p_ = after;
         return *this;
@@ -80,11 +89,16 @@ public:
     bool matched() const { return ok_; }
 
 private:
+    // The characters a run of at most width characters may take.
+    size_t room(int width) const {
+        const size_t left = static_cast<size_t>(end_ - p_);
+        return left < static_cast<size_t>(width) ? left : static_cast<size_t>(width);
+    }
     // A number whose value is not wanted: a sign, then the digits of the
     // base its prefix gives ("0x" hexadecimal, "0" octal, else decimal);
     // "0x" alone counts as a number, as in a scan.
     Shape& skip_number() {
-        if (*p_ == '-' || *p_ == '+') ++p_;
+        if (p_ < end_ && (*p_ == '-' || *p_ == '+')) ++p_;
         ok_ = p_ < end_ && *p_ >= '0' && *p_ <= '9';
         if (!ok_) return *this;
         if (p_[0] == '0' && end_ - p_ >= 2 && (p_[1] == 'x' || p_[1] == 'X')) {
@@ -160,9 +174,16 @@ int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_
     return sdatVersion >= 2;  // the texts may be missing there
 }
 
-int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts) {
+int sdat_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts) {
     Shape s(*line);
     s.blanks().lit('{').run(',', 255, &parts->name).comma().number(&parts->mask).comma();
-    s.run(',', 4, &parts->rw).comma().run('}', 760, &parts->rest);
+    s.run(',', 4, &parts->rw).comma().open_run('}', 760, &parts->rest);
     return s.matched();
+}
+
+int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts) {
+    if (!sdat_bitfield_items(line, parts)) return 0;
+    const void* stop = memchr(parts->rest.text, '}', parts->rest.length);
+    if (stop) parts->rest.length = static_cast<size_t>(static_cast<const char*>(stop) - parts->rest.text);
+    return 1;
 }

@@ -26,6 +26,10 @@ typedef struct sdat_bitfield_parts {
 
 // Finds the items of a bitfield line; returns 0 when the line is not one.
 int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts);
+// The same, leaving the remainder for the caller to walk: rest holds the
+// 760 characters (fewer at the line end) the last item may take, the first
+// of which is not '}'; the item ends before the first '}' among them.
+int sdat_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts);
 
 // Scans a register line in the form of the file's sdat_version; returns 0
 // when too few items scan.
