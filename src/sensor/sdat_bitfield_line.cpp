@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include "core/camkit_private.h"
+#include "sensor/sdat_find.h"
 #include "sensor/sdat_register_line.h"
 #include "sensor/sdat_scan.h"
 
@@ -18,11 +19,8 @@ void copy_first_word(const sdat_span& name, char* id) {
     const char* p = name.text;
     const char* end = p + name.length;
     while (p < end && sdat_is_blank(*p)) ++p;
-    size_t n = 0;
-    while (p + n < end && !sdat_is_blank(p[n])) {
-        id[n] = p[n];
-        ++n;
-    }
+    const size_t n = static_cast<size_t>(sdat_find_blank(p, end) - p);
+    sdat_copy_short(id, p, n);
     id[n] = '\0';
 }
 
@@ -36,20 +34,22 @@ ci_u32 access_of(const sdat_span& rw) {
     return first == 'R' ? 0 : first == 'W' ? 2 : 1;
 }
 
-// Walks a quoted text from p (after its opening quote) to its closing
-// quote, the end of the item ('}') or limit, copying it into text (a
-// ci_string); a text that does not fit keeps its first 252 characters
-// followed by "...".  Returns where the walk stopped.
+// Copies the quoted text from p (after its opening quote) to its closing
+// quote, the end of the item ('}') or limit into text (a ci_string); a
+// text that does not fit keeps its first 252 characters followed by "...".
+// Returns where the text stopped.
 const char* copy_quoted(const char* p, const char* limit, char* text) {
-    const size_t kept = CI_STRING_LEN - 4;
-    size_t n = 0;
-    for (; p < limit && *p != '"' && *p != '}'; ++p, ++n)
-        if (n < CI_STRING_LEN - 1) text[n] = *p;
-    if (n < CI_STRING_LEN)
+    const char* close = sdat_find_either(p, limit, '"', '}');
+    const size_t n = static_cast<size_t>(close - p);
+    if (n < CI_STRING_LEN) {
+        sdat_copy_short(text, p, n);
         text[n] = '\0';
-    else
+    } else {
+        const size_t kept = CI_STRING_LEN - 4;
+        memcpy(text, p, kept);
         memcpy(text + kept, "...", 4);
-    return p;
+    }
+    return close;
 }
 
 // The first and second double-quoted texts of the last item, which runs to
@@ -57,7 +57,7 @@ const char* copy_quoted(const char* p, const char* limit, char* text) {
 void copy_texts(const char* p, const char* limit, char* desc, char* detail) {
     char* texts[] = {desc, detail};
     for (char* text : texts) {
-        while (p < limit && *p != '"' && *p != '}') ++p;
+        p = sdat_find_either(p, limit, '"', '}');
         if (p == limit || *p == '}') return;
         p = copy_quoted(p + 1, limit, text);
         if (p == limit || *p == '}') return;

@@ -13,6 +13,7 @@
 #define CK_SOURCE "sensor_data"
 #include <string.h>
 
+#include "sensor/sdat_find.h"
 #include "sensor/sdat_number.h"
 #include "sensor/sdat_register_line.h"
 #include "sensor/sdat_scan.h"
@@ -25,8 +26,6 @@ bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' 
 // nothing more matches.  The line holds no NUL; nothing past its end is
 // read.
 class Shape {
-    static const size_t kShortRun = 32;
-
 public:
     explicit Shape(const sdat_span& line) : p_(line.text), end_(line.text + line.length) {}
 
@@ -41,22 +40,14 @@ public:
         if (ok_) ++p_;
         return *this;
     }
-    // "%W[^stop]": one to W characters other than stop.  Most runs are
-    // short: their first characters are matched inline, the rest of a long
-    // one through memchr.
+    // "%W[^stop]": one to W characters other than stop.
     Shape& run(char stop, int width, sdat_span* out = nullptr) {
         if (!ok_) return *this;
-        const size_t length = room(width);
-        const size_t head = length < kShortRun ? length : kShortRun;
-        size_t n = 0;
-        while (n < head && p_[n] != stop) ++n;
-        if (n == kShortRun && n < length) {
-            const void* at = memchr(p_ + n, stop, length - n);
-            n = at ? static_cast<size_t>(static_cast<const char*>(at) - p_) : length;
-        }
+        const char* at = sdat_find_either(p_, p_ + room(width), stop, stop);
+        const size_t n = static_cast<size_t>(at - p_);
         ok_ = n > 0;
         if (out) *out = sdat_span{p_, n};
-        p_ += n;
+        p_ = at;
         return *this;
     }
     // "%W[^stop]" as the last directive, the caller walking the run itself:
