@@ -175,7 +175,7 @@ TEST(SensorLineShape, RegisterAndBitfieldLinesReadTheItemsOfTheFormats) {
 TEST(SensorLineShape, TrickyBitfieldLinesReadAsTheFormat) {
     const std::string longName(255, 'N');
     const std::string longText(300, 't');
-    const std::vector<std::string> lines = {
+    std::vector<std::string> lines = {
         "    {FIELD_3_OF_BLOCK_0042, 0x00C0, RW, \"Field 3\", \"Bits 6 and 7 of the register\"}",
         // missing items and characters
         "", "{", "   {", "{,", "{F", "{F,", "{F, ", "{F, 1", "{F, 1,", "{F, 1, RW", "{F, 1, RW,", "{F, 1, RW, ",
@@ -216,12 +216,22 @@ TEST(SensorLineShape, TrickyBitfieldLinesReadAsTheFormat) {
         "{BIT_0, 1, RW, x}", "{bits_3, 1, RW, x}", "{Bit_, 1, RW, x}", "{BITS, 1, RW, x}", "{BIT, 1, RW, x}",
         "{ BITS_X Y, 1, RW, x}", "{XBIT_0, 1, RW, x}",
     };
+    // The texts' quotes and the item's end on each side of 64 characters
+    // into the last item, and eight characters into each of its words.
+    for (size_t at = 0; at < 72; ++at) {
+        const std::string filler(at, 'f');
+        lines.push_back("{F, 1, RW, " + filler + "}\"a\"");
+        lines.push_back("{F, 1, RW, \"" + filler + "\"x\"d\"}");
+        lines.push_back("{F, 1, RW, \"d\", \"" + filler + "\"" + std::string(80, 'g') + "}");
+        lines.push_back("{F, 1, RW, \"d\" \"e\" " + filler + "\"" + std::string(80, 'g'));
+        lines.push_back("{F, 1, RW, \"d\", \"" + filler);
+    }
     int accepted = 0;
     for (const std::string& line : lines) {
         accepted += expectBitfieldAsFormat(line);
         ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(accepted, 60);
+    EXPECT_GT(accepted, 400);
     EXPECT_LT(accepted, static_cast<int>(lines.size()) - 30);
 }
 

@@ -1,6 +1,8 @@
 // Searches of the sensor-data readers over runs of a line, eight characters
 // a step: most runs are a few dozen characters, too short for a library
-// call to pay and long enough that a byte loop is the larger cost.
+// call to pay and long enough that a byte loop is the larger cost.  The
+// searches read words in the byte order of a little-endian machine and go
+// byte by byte elsewhere.
 #pragma once
 
 #include <stdint.h>
@@ -8,17 +10,16 @@
 
 #include "sensor/sdat_scan.h"
 
-// The high bit of each byte of word that equals c; above the lowest byte
-// that does, a byte may be flagged that does not (a borrow carries into
-// it), so only the lowest flag is exact.
+// The high bit of each byte of word that equals c.  A byte of the xor is
+// zero when neither its low seven bits nor its high bit are set; the
+// addition stays within each byte.
 inline uint64_t sdat_bytes_equal(uint64_t word, char c) {
-    const uint64_t ones = 0x0101010101010101ull;
-    const uint64_t x = word ^ (ones * static_cast<unsigned char>(c));
-    return (x - ones) & ~x & 0x8080808080808080ull;
+    const uint64_t lows = 0x7F7F7F7F7F7F7F7Full;
+    const uint64_t x = word ^ (0x0101010101010101ull * static_cast<unsigned char>(c));
+    return ~(((x & lows) + lows) | x) & ~lows;
 }
 
-// The high bit of each byte of word that is white space (sdat_is_blank);
-// only the lowest flag is exact.
+// The high bit of each byte of word that is white space (sdat_is_blank).
 inline uint64_t sdat_bytes_blank(uint64_t word) {
     const uint64_t ones = 0x0101010101010101ull;
     const uint64_t highs = 0x8080808080808080ull;
@@ -28,6 +29,40 @@ inline uint64_t sdat_bytes_blank(uint64_t word) {
     const uint64_t raised = word | highs;
     const uint64_t controls = (raised - ones * 9) & ~(raised - ones * 14) & ~word & highs;
     return controls | sdat_bytes_equal(word, ' ');
+}
+
+// The n characters (0 to 8) at p as a word, the first in its low byte;
+// the bytes past them are zero.
+inline uint64_t sdat_word_at(const char* p, size_t n) {
+    uint64_t word = 0;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    if (n == 8) {
+        memcpy(&word, p, sizeof word);
+        return word;
+    }
+#endif
+    for (size_t i = 0; i < n; ++i) word |= static_cast<uint64_t>(static_cast<unsigned char>(p[i])) << (8 * i);
+    return word;
+}
+
+// The high bits of the bytes of flags gathered into the low eight bits,
+// the first byte's into bit 0.
+inline uint64_t sdat_gather_flags(uint64_t flags) { return ((flags >> 7) * 0x0102040810204080ull) >> 56; }
+
+// Bit i of *aMarks (*bMarks) is set where p[i] is a (b), for the n
+// characters at p (at most 64).  The words are independent of each other,
+// so a processor works on several at once, where a search for one
+// character after another waits for each result.
+inline void sdat_mark_two(const char* p, size_t n, char a, char b, uint64_t* aMarks, uint64_t* bMarks) {
+    uint64_t aBits = 0;
+    uint64_t bBits = 0;
+    for (size_t i = 0; i < n; i += 8) {
+        const uint64_t word = sdat_word_at(p + i, n - i < 8 ? n - i : 8);
+        aBits |= sdat_gather_flags(sdat_bytes_equal(word, a)) << i;
+        bBits |= sdat_gather_flags(sdat_bytes_equal(word, b)) << i;
+    }
+    *aMarks = aBits;
+    *bMarks = bBits;
 }
 
 // The first character in [p, limit) that is a or b, or limit.
@@ -44,17 +79,17 @@ inline const char* sdat_find_either(const char* p, const char* limit, char a, ch
     return p;
 }
 
-// The first white space character in [p, limit), or limit.
-inline const char* sdat_find_blank(const char* p, const char* limit) {
+// The first character in [p, limit) that is white space or stop, or limit.
+inline const char* sdat_find_blank_or(const char* p, const char* limit, char stop) {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
     for (; limit - p >= 8; p += 8) {
         uint64_t word;
         memcpy(&word, p, sizeof word);
-        const uint64_t hits = sdat_bytes_blank(word);
+        const uint64_t hits = sdat_bytes_blank(word) | sdat_bytes_equal(word, stop);
         if (hits) return p + (__builtin_ctzll(hits) >> 3);
     }
 #endif
-    while (p < limit && !sdat_is_blank(*p)) ++p;
+    while (p < limit && !sdat_is_blank(*p) && *p != stop) ++p;
     return p;
 }
 
@@ -64,7 +99,15 @@ inline const char* sdat_find_blank(const char* p, const char* limit) {
 // line.
 inline void sdat_copy_short(char* dest, const char* source, size_t n) {
     if (n < 8) {
-        for (size_t i = 0; i < n; ++i) dest[i] = source[i];
+        if (n >= 4) {
+            memcpy(dest, source, 4);
+            memcpy(dest + n - 4, source + n - 4, 4);
+        } else if (n >= 2) {
+            memcpy(dest, source, 2);
+            memcpy(dest + n - 2, source + n - 2, 2);
+        } else if (n == 1) {
+            dest[0] = source[0];
+        }
         return;
     }
     uint64_t word;
