@@ -226,12 +226,30 @@ TEST(SensorLineShape, TrickyBitfieldLinesReadAsTheFormat) {
         lines.push_back("{F, 1, RW, \"d\" \"e\" " + filler + "\"" + std::string(80, 'g'));
         lines.push_back("{F, 1, RW, \"d\", \"" + filler);
     }
+    // Each item on each side of the line's 64th character: padding of
+    // 0 to 71 characters at each place (@), with and without a tail that
+    // makes the line long.
+    const std::vector<std::string> padded = {
+        "@{F, 0x10, RW, \"d\", \"e\"}", "{@F, 1, RW, x}", "{F@, 1, RW, x}", "{F G@, 1, RW, x}",
+        "{F,@1, RW, x}",  "{F, 0x@1, RW, x}",  "{F, 1@, RW, x}",  "{F, 1,@RW, x}",
+        "{F, 1, R@, x}",  "{F, 1, RW,@x}",     "{F, 1, RW,@}",    "{F, 1, RW, \"d@\", \"e\"}",
+    };
+    for (const std::string& form : padded) {
+        const size_t at = form.find('@');
+        for (size_t pad = 0; pad < 72; ++pad) {
+            const char filler = form[at - 1] == 'x' ? '0' : (form[at - 1] == 'G' || form[at - 1] == 'R') ? 'n' : ' ';
+            const std::string line = form.substr(0, at) + std::string(pad, filler) + form.substr(at + 1);
+            lines.push_back(line);
+            lines.push_back(line + std::string(70, 'z'));
+            lines.push_back(line + std::string(70, '\t'));
+        }
+    }
     int accepted = 0;
     for (const std::string& line : lines) {
         accepted += expectBitfieldAsFormat(line);
         ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(accepted, 400);
+    EXPECT_GT(accepted, 2000);
     EXPECT_LT(accepted, static_cast<int>(lines.size()) - 30);
 }
 

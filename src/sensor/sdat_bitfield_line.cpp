@@ -1,30 +1,92 @@
 // A bitfield line of a registers section read into its record.  Most lines
-// of a large sensor's file are bitfield lines, so the record is filled in
-// one forward walk: the items are found in place, the name's first word and
-// the two quoted texts are copied straight into the record, and nothing is
-// written before the line is known to be a bitfield line.
+// of a large sensor's file are bitfield lines, so the items are found from
+// the marks of the line's first 64 characters (sdat_marks.h) and the
+// quoted texts from those of the last item's, and copied straight into the
+// record; nothing is written before the line is known to be a bitfield
+// line.  A line the marks do not settle (a short line, or an item that runs
+// past its window) is walked item by item (sdat_bitfield_items), with the
+// same result.
 #define CK_SOURCE "sensor_data"
 #include <string.h>
 
 #include "core/camkit_private.h"
 #include "sensor/sdat_find.h"
+#include "sensor/sdat_marks.h"
+#include "sensor/sdat_number.h"
 #include "sensor/sdat_register_line.h"
 #include "sensor/sdat_scan.h"
 
 namespace {
 
+// The items of a bitfield line, and the first word of its name.
+struct bitfield_items {
+    sdat_bitfield_parts parts;
+    sdat_span word;
+};
+
+enum found { NOT_A_BITFIELD, A_BITFIELD, UNSETTLED };
+
 // The first word of the name item (blanks around it and inside it are
-// allowed); the item is at most 255 characters, so the word fits.  The
-// item ends at a ',' (or its width, or the line's end), so the search for
-// the word's end runs on to the ',' through lineEnd and is cut to the item.
-void copy_first_word(const sdat_span& name, const char* lineEnd, char* id) {
+// allowed).  The item ends at a ',' (or its width, or the line's end), so
+// the search for the word's end runs on to the ',' through lineEnd and is
+// cut to the item.
+sdat_span first_word(const sdat_span& name, const char* lineEnd) {
     const char* p = name.text;
     const char* end = p + name.length;
     while (p < end && sdat_is_blank(*p)) ++p;
     const char* wordEnd = sdat_find_blank_or(p, lineEnd, ',');
-    const size_t n = static_cast<size_t>((wordEnd < end ? wordEnd : end) - p);
-    sdat_copy_short(id, p, n);
-    id[n] = '\0';
+    return sdat_span{p, static_cast<size_t>((wordEnd < end ? wordEnd : end) - p)};
+}
+
+// The items from the marks of the line's first SDAT_WINDOW characters
+// (the line holds that many), with the rules of the format: blanks, '{',
+// the name up to the first ',', ", ", the number, ", ", one to four
+// characters up to the next ',', ", ", and the first character of the
+// texts, which is not '}'.  UNSETTLED when one of them lies past the
+// window.
+found items_from_marks(const sdat_span* line, bitfield_items* items) {
+    const char* text = line->text;
+    const sdat_marks m = sdat_mark_window(text);
+    const uint64_t others = ~m.blanks;
+    const size_t open = sdat_next_mark(others, 0);
+    if (open == SDAT_WINDOW) return UNSETTLED;
+    if (text[open] != '{') return NOT_A_BITFIELD;
+    const size_t nameEnd = sdat_next_mark(m.commas, open + 1);
+    if (nameEnd == SDAT_WINDOW) return UNSETTLED;
+    if (nameEnd == open + 1) return NOT_A_BITFIELD;
+    const size_t number = sdat_next_mark(others, nameEnd + 1);
+    if (number == SDAT_WINDOW) return UNSETTLED;
+    const char* end = text + line->length;
+    const char* after = sdat_number_at(text + number, [end](const char* q) { return q < end; }, &items->parts.mask);
+    if (!after) return NOT_A_BITFIELD;
+    const size_t numberEnd = static_cast<size_t>(after - text);
+    if (numberEnd >= SDAT_WINDOW) return UNSETTLED;
+    if (text[numberEnd] != ',') return NOT_A_BITFIELD;
+    const size_t rw = sdat_next_mark(others, numberEnd + 1);
+    const size_t rwEnd = sdat_next_mark(m.commas, rw);
+    if (rwEnd == SDAT_WINDOW) return UNSETTLED;
+    if (rwEnd == rw || rwEnd - rw > 4) return NOT_A_BITFIELD;
+    const size_t rest = sdat_next_mark(others, rwEnd + 1);
+    if (rest == SDAT_WINDOW) return UNSETTLED;
+    if (text[rest] == '}') return NOT_A_BITFIELD;
+    const size_t nameStart = sdat_next_mark(others, open + 1);
+    const size_t wordEnd = nameStart < nameEnd ? sdat_next_mark(m.blanks, nameStart) : nameStart;
+    items->word = sdat_span{text + nameStart, (wordEnd < nameEnd ? wordEnd : nameEnd) - nameStart};
+    items->parts.name = sdat_span{text + open + 1, nameEnd - open - 1};
+    items->parts.rw = sdat_span{text + rw, rwEnd - rw};
+    const size_t left = line->length - rest;
+    items->parts.rest = sdat_span{text + rest, left < 760 ? left : 760};
+    return A_BITFIELD;
+}
+
+bool find_items(const sdat_span* line, bitfield_items* items) {
+    if (line->length >= SDAT_WINDOW) {
+        const found f = items_from_marks(line, items);
+        if (f != UNSETTLED) return f == A_BITFIELD;
+    }
+    if (!sdat_bitfield_items(line, &items->parts)) return false;
+    items->word = first_word(items->parts.name, line->text + line->length);
+    return true;
 }
 
 char upper(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
@@ -37,8 +99,8 @@ ci_u32 access_of(const sdat_span& rw) {
     return first == 'R' ? 0 : first == 'W' ? 2 : 1;
 }
 
-// Copies a quoted text of n characters into text (a ci_string); a text
-// that does not fit keeps its first 252 characters followed by "...".
+// Copies n characters into text (a ci_string); a text that does not fit
+// keeps its first 252 characters followed by "...".
 void copy_text(char* text, const char* p, size_t n) {
     if (n < CI_STRING_LEN) {
         sdat_copy_short(text, p, n);
@@ -65,15 +127,11 @@ void copy_texts(const char* p, const char* limit, char* desc, char* detail) {
     }
 }
 
-// The same from the marks of the quotes and the '}' among the item's first
-// 64 characters, which settle the texts of most lines; false, with nothing
-// copied, when the item runs on past them with fewer than four quotes.
-bool copy_marked_texts(const char* p, const char* limit, char* desc, char* detail) {
-    const size_t left = static_cast<size_t>(limit - p);
-    const size_t n = left < 64 ? left : 64;
-    uint64_t quotes = 0;
-    uint64_t braces = 0;
-    sdat_mark_two(p, n, '"', '}', &quotes, &braces);
+// The same from the marks of the quotes and the '}' among the first n
+// characters at p of the item's `left`; false, with nothing copied, when
+// the item runs on past them with fewer than four quotes.
+bool copy_marked_texts(const char* p, size_t n, size_t left, uint64_t quotes, uint64_t braces, char* desc,
+                       char* detail) {
     size_t end = n;
     if (braces) {
         end = static_cast<size_t>(__builtin_ctzll(braces));
@@ -93,17 +151,39 @@ bool copy_marked_texts(const char* p, const char* limit, char* desc, char* detai
     return true;
 }
 
+// The texts of the last item (rest), from the marks of a window of the
+// line that holds the item's start where the line is long enough, else
+// from those of the item's first characters.
+void read_texts(const sdat_span* line, const sdat_span& rest, char* desc, char* detail) {
+    const char* lineEnd = line->text + line->length;
+    uint64_t quotes = 0;
+    uint64_t braces = 0;
+    size_t n = 0;
+    if (line->length >= SDAT_WINDOW) {
+        const char* window = rest.text < lineEnd - SDAT_WINDOW ? rest.text : lineEnd - SDAT_WINDOW;
+        const size_t from = static_cast<size_t>(rest.text - window);
+        const sdat_marks m = sdat_mark_window(window);
+        quotes = m.quotes >> from;
+        braces = m.braces >> from;
+        n = SDAT_WINDOW - from;
+    } else {
+        n = rest.length;
+        sdat_mark_two(rest.text, n, '"', '}', &quotes, &braces);
+    }
+    if (!copy_marked_texts(rest.text, n, rest.length, quotes, braces, desc, detail))
+        copy_texts(rest.text, rest.text + rest.length, desc, detail);
+}
+
 }  // namespace
 
 int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
-    sdat_bitfield_parts parts;
-    if (!sdat_bitfield_items(line, &parts)) return 0;
-    copy_first_word(parts.name, line->text + line->length, bf->id);
-    bf->bitmask = parts.mask;
-    bf->rw = access_of(parts.rw);
-    const char* restEnd = parts.rest.text + parts.rest.length;
-    if (!copy_marked_texts(parts.rest.text, restEnd, bf->desc, bf->detail))
-        copy_texts(parts.rest.text, restEnd, bf->desc, bf->detail);
+    bitfield_items items;
+    if (!find_items(line, &items)) return 0;
+    sdat_copy_short(bf->id, items.word.text, items.word.length);
+    bf->id[items.word.length] = '\0';
+    bf->bitmask = items.parts.mask;
+    bf->rw = access_of(items.parts.rw);
+    read_texts(line, items.parts.rest, bf->desc, bf->detail);
     bf->datatype = CI_TYPE_UNSIGNED;
     bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
     return 1;
