@@ -46,47 +46,40 @@ sdat_span first_word(const sdat_span& name, const char* lineEnd) {
 // window.
 found items_from_marks(const sdat_span* line, bitfield_items* items) {
     const char* text = line->text;
-    const sdat_marks m = sdat_mark_window(text);
-    const uint64_t others = ~m.blanks;
+    const sdat_marks m = sdat_mark_window<SDAT_MARK_ITEMS>(text);
+    const uint64_t blanks = m.first;
+    const uint64_t commas = m.second;
+    const uint64_t others = ~blanks;
     const size_t open = sdat_next_mark(others, 0);
     if (open == SDAT_WINDOW) return UNSETTLED;
     if (text[open] != '{') return NOT_A_BITFIELD;
-    const size_t nameEnd = sdat_next_mark(m.commas, open + 1);
+    const size_t nameEnd = sdat_next_mark(commas, open + 1);
     if (nameEnd == SDAT_WINDOW) return UNSETTLED;
     if (nameEnd == open + 1) return NOT_A_BITFIELD;
     const size_t number = sdat_next_mark(others, nameEnd + 1);
     if (number == SDAT_WINDOW) return UNSETTLED;
-    const char* end = text + line->length;
-    const char* after = sdat_number_at(text + number, [end](const char* q) { return q < end; }, &items->parts.mask);
-    if (!after) return NOT_A_BITFIELD;
-    const size_t numberEnd = static_cast<size_t>(after - text);
-    if (numberEnd >= SDAT_WINDOW) return UNSETTLED;
-    if (text[numberEnd] != ',') return NOT_A_BITFIELD;
+    // The number must end at the next ',' (it holds none), so the items
+    // after it are found from there while it is read.
+    const size_t numberEnd = sdat_next_mark(commas, number);
+    if (numberEnd == SDAT_WINDOW) return UNSETTLED;
+    const char* stop = text + numberEnd;
+    const char* after = sdat_number_at(text + number, [stop](const char* q) { return q < stop; }, &items->parts.mask);
     const size_t rw = sdat_next_mark(others, numberEnd + 1);
-    const size_t rwEnd = sdat_next_mark(m.commas, rw);
+    const size_t rwEnd = sdat_next_mark(commas, rw);
+    const size_t rest = sdat_next_mark(others, rwEnd + 1);
+    if (after != stop) return NOT_A_BITFIELD;
     if (rwEnd == SDAT_WINDOW) return UNSETTLED;
     if (rwEnd == rw || rwEnd - rw > 4) return NOT_A_BITFIELD;
-    const size_t rest = sdat_next_mark(others, rwEnd + 1);
     if (rest == SDAT_WINDOW) return UNSETTLED;
     if (text[rest] == '}') return NOT_A_BITFIELD;
     const size_t nameStart = sdat_next_mark(others, open + 1);
-    const size_t wordEnd = nameStart < nameEnd ? sdat_next_mark(m.blanks, nameStart) : nameStart;
+    const size_t wordEnd = nameStart < nameEnd ? sdat_next_mark(blanks, nameStart) : nameStart;
     items->word = sdat_span{text + nameStart, (wordEnd < nameEnd ? wordEnd : nameEnd) - nameStart};
     items->parts.name = sdat_span{text + open + 1, nameEnd - open - 1};
     items->parts.rw = sdat_span{text + rw, rwEnd - rw};
     const size_t left = line->length - rest;
     items->parts.rest = sdat_span{text + rest, left < 760 ? left : 760};
     return A_BITFIELD;
-}
-
-bool find_items(const sdat_span* line, bitfield_items* items) {
-    if (line->length >= SDAT_WINDOW) {
-        const found f = items_from_marks(line, items);
-        if (f != UNSETTLED) return f == A_BITFIELD;
-    }
-    if (!sdat_bitfield_items(line, &items->parts)) return false;
-    items->word = first_word(items->parts.name, line->text + line->length);
-    return true;
 }
 
 char upper(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
@@ -162,9 +155,9 @@ void read_texts(const sdat_span* line, const sdat_span& rest, char* desc, char* 
     if (line->length >= SDAT_WINDOW) {
         const char* window = rest.text < lineEnd - SDAT_WINDOW ? rest.text : lineEnd - SDAT_WINDOW;
         const size_t from = static_cast<size_t>(rest.text - window);
-        const sdat_marks m = sdat_mark_window(window);
-        quotes = m.quotes >> from;
-        braces = m.braces >> from;
+        const sdat_marks m = sdat_mark_window<SDAT_MARK_TEXTS>(window);
+        quotes = m.first >> from;
+        braces = m.second >> from;
         n = SDAT_WINDOW - from;
     } else {
         n = rest.length;
@@ -176,14 +169,30 @@ void read_texts(const sdat_span* line, const sdat_span& rest, char* desc, char* 
 
 }  // namespace
 
-int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
+int sdat_find_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts, sdat_span* word) {
     bitfield_items items;
-    if (!find_items(line, &items)) return 0;
-    sdat_copy_short(bf->id, items.word.text, items.word.length);
-    bf->id[items.word.length] = '\0';
-    bf->bitmask = items.parts.mask;
-    bf->rw = access_of(items.parts.rw);
-    read_texts(line, items.parts.rest, bf->desc, bf->detail);
+    if (line->length >= SDAT_WINDOW) {
+        const found f = items_from_marks(line, &items);
+        if (f == A_BITFIELD) {
+            *parts = items.parts;
+            *word = items.word;
+        }
+        if (f != UNSETTLED) return f == A_BITFIELD;
+    }
+    if (!sdat_bitfield_items(line, parts)) return 0;
+    *word = first_word(parts->name, line->text + line->length);
+    return 1;
+}
+
+int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
+    sdat_bitfield_parts parts;
+    sdat_span word;
+    if (!sdat_find_bitfield_items(line, &parts, &word)) return 0;
+    sdat_copy_short(bf->id, word.text, word.length);
+    bf->id[word.length] = '\0';
+    bf->bitmask = parts.mask;
+    bf->rw = access_of(parts.rw);
+    read_texts(line, parts.rest, bf->desc, bf->detail);
     bf->datatype = CI_TYPE_UNSIGNED;
     bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
     return 1;

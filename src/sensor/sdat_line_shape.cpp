@@ -118,7 +118,8 @@ sdat_span whole(const char* line) { return sdat_span{line, strlen(line)}; }
 }  // namespace
 
 int sdat_view_counts_as_register(const sdat_span* line, ci_s32 sdatVersion) {
-    if (!memchr(line->text, '=', line->length)) return 0;  // most lines of a section are bitfield lines
+    // Most lines of a section are bitfield lines, without an '='.
+    if (sdat_find_char(line->text, line->text + line->length, '=') == line->text + line->length) return 0;
     Shape s(*line);
     s.run('=', 255).lit('=').blanks().lit('{').number().comma().run(',', 255).comma().number().comma();
     if (sdatVersion >= 2) s.number().comma();
@@ -132,9 +133,9 @@ int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
 }
 
 int sdat_view_is_bitfield_line(const sdat_span* line) {
-    Shape s(*line);
-    s.blanks().lit('{').run(',', 255).comma().number().comma().run(',', 4).comma().last_run('}');
-    return s.matched();
+    sdat_bitfield_parts parts;
+    sdat_span word;
+    return sdat_find_bitfield_items(line, &parts, &word);
 }
 
 int sdat_is_bitfield_line(const char* line) {

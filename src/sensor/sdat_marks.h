@@ -1,5 +1,5 @@
 // What each character of a window of 64 characters of a line is, one bit
-// per character: the white space, the commas, the quotes and the '}'.  The
+// per character: white space and commas, or quotes and '}'.  The
 // items of a line are then found from these marks with a few bit
 // operations, where a walk from item to item would wait for each search
 // before starting the next.
@@ -7,46 +7,54 @@
 
 #include <stddef.h>
 #include <stdint.h>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 #include "sensor/sdat_find.h"
 
 inline constexpr size_t SDAT_WINDOW = 64;
 
-// Bit i of each mask stands for character i of the window.
+// Bit i of each mask stands for character i of the window: the white
+// space and commas of a line's items, or the quotes and the '}' of its
+// texts.
 typedef struct sdat_marks {
-    uint64_t blanks;  // white space (sdat_is_blank)
-    uint64_t commas;
-    uint64_t quotes;
-    uint64_t braces;  // '}'
+    uint64_t first;
+    uint64_t second;
 } sdat_marks;
 
-// The marks of the SDAT_WINDOW characters at p, all of them in the text.
+enum sdat_mark_kind { SDAT_MARK_ITEMS, SDAT_MARK_TEXTS };
+
+// The marks of the SDAT_WINDOW characters at p, all of them in the text:
+// white space (sdat_is_blank) and ',' for SDAT_MARK_ITEMS, '"' and '}'
+// for SDAT_MARK_TEXTS.
+template <sdat_mark_kind kind>
 inline sdat_marks sdat_mark_window(const char* p) {
-    sdat_marks m{0, 0, 0, 0};
+    sdat_marks m{0, 0};
 #if defined(__SSE2__)
     const auto bits = [](__m128i flags) {
         return static_cast<uint64_t>(static_cast<uint32_t>(_mm_movemask_epi8(flags)));
     };
     for (size_t i = 0; i < SDAT_WINDOW; i += 16) {
         const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
-        // '\t' to '\r': nine to thirteen, so v - 9 is at most 4 (unsigned).
-        const __m128i shifted = _mm_sub_epi8(v, _mm_set1_epi8(9));
-        const __m128i controls = _mm_cmpeq_epi8(_mm_min_epu8(shifted, _mm_set1_epi8(4)), shifted);
-        m.blanks |= bits(_mm_or_si128(controls, _mm_cmpeq_epi8(v, _mm_set1_epi8(' ')))) << i;
-        m.commas |= bits(_mm_cmpeq_epi8(v, _mm_set1_epi8(','))) << i;
-        m.quotes |= bits(_mm_cmpeq_epi8(v, _mm_set1_epi8('"'))) << i;
-        m.braces |= bits(_mm_cmpeq_epi8(v, _mm_set1_epi8('}'))) << i;
+        if (kind == SDAT_MARK_ITEMS) {
+            // '\t' to '\r': nine to thirteen, so v - 9 is at most 4 (unsigned).
+            const __m128i shifted = _mm_sub_epi8(v, _mm_set1_epi8(9));
+            const __m128i controls = _mm_cmpeq_epi8(_mm_min_epu8(shifted, _mm_set1_epi8(4)), shifted);
+            m.first |= bits(_mm_or_si128(controls, _mm_cmpeq_epi8(v, _mm_set1_epi8(' ')))) << i;
+            m.second |= bits(_mm_cmpeq_epi8(v, _mm_set1_epi8(','))) << i;
+        } else {
+            m.first |= bits(_mm_cmpeq_epi8(v, _mm_set1_epi8('"'))) << i;
+            m.second |= bits(_mm_cmpeq_epi8(v, _mm_set1_epi8('}'))) << i;
+        }
     }
 #else
     for (size_t i = 0; i < SDAT_WINDOW; i += 8) {
         const uint64_t word = sdat_word_at(p + i, 8);
-        m.blanks |= sdat_gather_flags(sdat_bytes_blank(word)) << i;
-        m.commas |= sdat_gather_flags(sdat_bytes_equal(word, ',')) << i;
-        m.quotes |= sdat_gather_flags(sdat_bytes_equal(word, '"')) << i;
-        m.braces |= sdat_gather_flags(sdat_bytes_equal(word, '}')) << i;
+        if (kind == SDAT_MARK_ITEMS) {
+            m.first |= sdat_gather_flags(sdat_bytes_blank(word)) << i;
+            m.second |= sdat_gather_flags(sdat_bytes_equal(word, ',')) << i;
+        } else {
+            m.first |= sdat_gather_flags(sdat_bytes_equal(word, '"')) << i;
+            m.second |= sdat_gather_flags(sdat_bytes_equal(word, '}')) << i;
+        }
     }
 #endif
     return m;

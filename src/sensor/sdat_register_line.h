@@ -30,6 +30,9 @@ int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts);
 // 760 characters (fewer at the line end) the last item may take, the first
 // of which is not '}'; the item ends before the first '}' among them.
 int sdat_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts);
+// The same, found from the marks of the line's characters where they settle
+// the items, with the first word of the name in *word.
+int sdat_find_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts, sdat_span* word);
 
 // Scans a register line in the form of the file's sdat_version; returns 0
 // when too few items scan.
