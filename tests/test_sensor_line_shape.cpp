@@ -237,7 +237,8 @@ TEST(SensorLineShape, TrickyBitfieldLinesReadAsTheFormat) {
     for (const std::string& form : padded) {
         const size_t at = form.find('@');
         for (size_t pad = 0; pad < 72; ++pad) {
-            const char filler = form[at - 1] == 'x' ? '0' : (form[at - 1] == 'G' || form[at - 1] == 'R') ? 'n' : ' ';
+            const char before = at > 0 ? form[at - 1] : ' ';
+            const char filler = before == 'x' ? '0' : (before == 'G' || before == 'R') ? 'n' : ' ';
             const std::string line = form.substr(0, at) + std::string(pad, filler) + form.substr(at + 1);
             lines.push_back(line);
             lines.push_back(line + std::string(70, 'z'));
