@@ -42,38 +42,37 @@ sdat_span first_word(const sdat_span& name, const char* lineEnd) {
 // (the line holds that many), with the rules of the format: blanks, '{',
 // the name up to the first ',', ", ", the number, ", ", one to four
 // characters up to the next ',', ", ", and the first character of the
-// texts, which is not '}'.  UNSETTLED when one of them lies past the
-// window.
+// texts, which is not '}'.  No item before the texts holds a ',', so the
+// first three commas end the name, the number and the access keyword, and
+// every item is found from the marks at once rather than each from the end
+// of the one before.  UNSETTLED when an item lies past the window.
 found items_from_marks(const sdat_span* line, bitfield_items* items) {
     const char* text = line->text;
     const sdat_marks m = sdat_mark_window<SDAT_MARK_ITEMS>(text);
     const uint64_t blanks = m.first;
-    const uint64_t commas = m.second;
     const uint64_t others = ~blanks;
+    const uint64_t afterFirst = m.second & (m.second - 1);
+    const size_t nameEnd = sdat_next_mark(m.second, 0);
+    const size_t numberEnd = sdat_next_mark(afterFirst, 0);
+    const size_t rwEnd = sdat_next_mark(afterFirst & (afterFirst - 1), 0);
     const size_t open = sdat_next_mark(others, 0);
+    const size_t number = sdat_next_mark(others, nameEnd + 1);
+    const size_t rw = sdat_next_mark(others, numberEnd + 1);
+    const size_t rest = sdat_next_mark(others, rwEnd + 1);
     if (open == SDAT_WINDOW) return UNSETTLED;
     if (text[open] != '{') return NOT_A_BITFIELD;
-    const size_t nameEnd = sdat_next_mark(commas, open + 1);
     if (nameEnd == SDAT_WINDOW) return UNSETTLED;
     if (nameEnd == open + 1) return NOT_A_BITFIELD;
-    const size_t number = sdat_next_mark(others, nameEnd + 1);
-    if (number == SDAT_WINDOW) return UNSETTLED;
-    // The number must end at the next ',' (it holds none), so the items
-    // after it are found from there while it is read.
-    const size_t numberEnd = sdat_next_mark(commas, number);
     if (numberEnd == SDAT_WINDOW) return UNSETTLED;
     const char* stop = text + numberEnd;
     const char* after = sdat_number_at(text + number, [stop](const char* q) { return q < stop; }, &items->parts.mask);
-    const size_t rw = sdat_next_mark(others, numberEnd + 1);
-    const size_t rwEnd = sdat_next_mark(commas, rw);
-    const size_t rest = sdat_next_mark(others, rwEnd + 1);
     if (after != stop) return NOT_A_BITFIELD;
     if (rwEnd == SDAT_WINDOW) return UNSETTLED;
     if (rwEnd == rw || rwEnd - rw > 4) return NOT_A_BITFIELD;
     if (rest == SDAT_WINDOW) return UNSETTLED;
     if (text[rest] == '}') return NOT_A_BITFIELD;
     const size_t nameStart = sdat_next_mark(others, open + 1);
-    const size_t wordEnd = nameStart < nameEnd ? sdat_next_mark(blanks, nameStart) : nameStart;
+    const size_t wordEnd = sdat_next_mark(blanks, nameStart);
     items->word = sdat_span{text + nameStart, (wordEnd < nameEnd ? wordEnd : nameEnd) - nameStart};
     items->parts.name = sdat_span{text + open + 1, nameEnd - open - 1};
     items->parts.rw = sdat_span{text + rw, rwEnd - rw};
