@@ -81,7 +81,26 @@ found items_from_marks(const sdat_span* line, bitfield_items* items) {
     return A_BITFIELD;
 }
 
+bool find_items(const sdat_span* line, bitfield_items* items) {
+    if (line->length >= SDAT_WINDOW) {
+        const found f = items_from_marks(line, items);
+        if (f != UNSETTLED) return f == A_BITFIELD;
+    }
+    if (!sdat_bitfield_items(line, &items->parts)) return false;
+    items->word = first_word(items->parts.name, line->text + line->length);
+    return true;
+}
+
 char upper(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
+
+// Whether the word begins with prefix (upper-case ASCII), ignoring the
+// case of ASCII letters.
+bool has_prefix(const sdat_span& word, const char* prefix) {
+    size_t i = 0;
+    for (; prefix[i]; ++i)
+        if (i == word.length || upper(word.text[i]) != prefix[i]) return false;
+    return true;
+}
 
 // "RO" 0, "WO" 2, anything else 1, from the first two characters of the
 // access item (one to four characters).
@@ -152,9 +171,15 @@ void read_texts(const sdat_span* line, const sdat_span& rest, char* desc, char* 
     uint64_t braces = 0;
     size_t n = 0;
     if (line->length >= SDAT_WINDOW) {
-        const char* window = rest.text < lineEnd - SDAT_WINDOW ? rest.text : lineEnd - SDAT_WINDOW;
+        // The line's last characters hold the item's start on most lines;
+        // their marks are made before the start is known.
+        const char* window = lineEnd - SDAT_WINDOW;
+        sdat_marks m = sdat_mark_window<SDAT_MARK_TEXTS>(window);
+        if (rest.text < window) {
+            window = rest.text;
+            m = sdat_mark_window<SDAT_MARK_TEXTS>(window);
+        }
         const size_t from = static_cast<size_t>(rest.text - window);
-        const sdat_marks m = sdat_mark_window<SDAT_MARK_TEXTS>(window);
         quotes = m.first >> from;
         braces = m.second >> from;
         n = SDAT_WINDOW - from;
@@ -170,30 +195,22 @@ void read_texts(const sdat_span* line, const sdat_span& rest, char* desc, char* 
 
 int sdat_find_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts, sdat_span* word) {
     bitfield_items items;
-    if (line->length >= SDAT_WINDOW) {
-        const found f = items_from_marks(line, &items);
-        if (f == A_BITFIELD) {
-            *parts = items.parts;
-            *word = items.word;
-        }
-        if (f != UNSETTLED) return f == A_BITFIELD;
-    }
-    if (!sdat_bitfield_items(line, parts)) return 0;
-    *word = first_word(parts->name, line->text + line->length);
+    if (!find_items(line, &items)) return 0;
+    *parts = items.parts;
+    *word = items.word;
     return 1;
 }
 
 int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
-    sdat_bitfield_parts parts;
-    sdat_span word;
-    if (!sdat_find_bitfield_items(line, &parts, &word)) return 0;
-    sdat_copy_short(bf->id, word.text, word.length);
-    bf->id[word.length] = '\0';
-    bf->bitmask = parts.mask;
-    bf->rw = access_of(parts.rw);
-    read_texts(line, parts.rest, bf->desc, bf->detail);
+    bitfield_items items;
+    if (!find_items(line, &items)) return 0;
+    sdat_copy_short(bf->id, items.word.text, items.word.length);
+    bf->id[items.word.length] = '\0';
+    bf->bitmask = items.parts.mask;
+    bf->rw = access_of(items.parts.rw);
+    read_texts(line, items.parts.rest, bf->desc, bf->detail);
     bf->datatype = CI_TYPE_UNSIGNED;
-    bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
+    bf->confidential = (has_prefix(items.word, "BIT_") || has_prefix(items.word, "BITS_")) ? 1 : 0;
     return 1;
 }
 
