@@ -3,9 +3,9 @@
 // the marks of the line's first 64 characters (sdat_marks.h) and the
 // quoted texts from those of the last item's, and copied straight into the
 // record; nothing is written before the line is known to be a bitfield
-// line.  A line the marks do not settle (a short line, or an item that runs
-// past its window) is walked item by item (sdat_bitfield_items), with the
-// same result.
+// line.  A line the marks do not settle (an item that runs past its
+// window, or one missing) is walked item by item (sdat_bitfield_items),
+// with the same result.
 #define CK_SOURCE "sensor_data"
 #include <string.h>
 
@@ -38,19 +38,20 @@ sdat_span first_word(const sdat_span& name, const char* lineEnd) {
     return sdat_span{p, static_cast<size_t>((wordEnd < end ? wordEnd : end) - p)};
 }
 
-// The items from the marks of the line's first SDAT_WINDOW characters
-// (the line holds that many), with the rules of the format: blanks, '{',
+// The items from the marks m of the line's first SDAT_WINDOW characters
+// (or all of a shorter line), with the rules of the format: blanks, '{',
 // the name up to the first ',', ", ", the number, ", ", one to four
 // characters up to the next ',', ", ", and the first character of the
 // texts, which is not '}'.  No item before the texts holds a ',', so the
 // first three commas end the name, the number and the access keyword, and
 // every item is found from the marks at once rather than each from the end
 // of the one before.  UNSETTLED when an item lies past the window.
-found items_from_marks(const sdat_span* line, bitfield_items* items) {
+found items_from_marks(const sdat_span* line, const sdat_marks& m, bitfield_items* items) {
     const char* text = line->text;
-    const sdat_marks m = sdat_mark_window<SDAT_MARK_ITEMS>(text);
     const uint64_t blanks = m.first;
-    const uint64_t others = ~blanks;
+    // Past the end of a short line nothing is marked, and nothing is found.
+    const uint64_t inLine = line->length < SDAT_WINDOW ? (1ull << line->length) - 1 : ~0ull;
+    const uint64_t others = ~blanks & inLine;
     const uint64_t afterFirst = m.second & (m.second - 1);
     const size_t nameEnd = sdat_next_mark(m.second, 0);
     const size_t numberEnd = sdat_next_mark(afterFirst, 0);
@@ -82,8 +83,9 @@ found items_from_marks(const sdat_span* line, bitfield_items* items) {
 }
 
 bool find_items(const sdat_span* line, bitfield_items* items) {
-    if (line->length >= SDAT_WINDOW) {
-        const found f = items_from_marks(line, items);
+    if (sdat_can_mark(line->length)) {
+        const size_t n = line->length < SDAT_WINDOW ? line->length : SDAT_WINDOW;
+        const found f = items_from_marks(line, sdat_mark_window<SDAT_MARK_ITEMS>(line->text, n), items);
         if (f != UNSETTLED) return f == A_BITFIELD;
     }
     if (!sdat_bitfield_items(line, &items->parts)) return false;
@@ -162,33 +164,29 @@ bool copy_marked_texts(const char* p, size_t n, size_t left, uint64_t quotes, ui
     return true;
 }
 
-// The texts of the last item (rest), from the marks of a window of the
-// line that holds the item's start where the line is long enough, else
-// from those of the item's first characters.
+// The texts of the last item (rest), from the marks of the window of the
+// line's last SDAT_WINDOW characters when it holds the item's start (most
+// lines: its marks are made before the start is known), else from those of
+// the item's first characters.
 void read_texts(const sdat_span* line, const sdat_span& rest, char* desc, char* detail) {
     const char* lineEnd = line->text + line->length;
-    uint64_t quotes = 0;
-    uint64_t braces = 0;
-    size_t n = 0;
+    const char* restEnd = rest.text + rest.length;
     if (line->length >= SDAT_WINDOW) {
-        // The line's last characters hold the item's start on most lines;
-        // their marks are made before the start is known.
         const char* window = lineEnd - SDAT_WINDOW;
-        sdat_marks m = sdat_mark_window<SDAT_MARK_TEXTS>(window);
+        sdat_marks m = sdat_mark_window<SDAT_MARK_TEXTS>(window, SDAT_WINDOW);
         if (rest.text < window) {
             window = rest.text;
-            m = sdat_mark_window<SDAT_MARK_TEXTS>(window);
+            m = sdat_mark_window<SDAT_MARK_TEXTS>(window, SDAT_WINDOW);
         }
         const size_t from = static_cast<size_t>(rest.text - window);
-        quotes = m.first >> from;
-        braces = m.second >> from;
-        n = SDAT_WINDOW - from;
-    } else {
-        n = rest.length;
-        sdat_mark_two(rest.text, n, '"', '}', &quotes, &braces);
+        if (copy_marked_texts(rest.text, SDAT_WINDOW - from, rest.length, m.first >> from, m.second >> from, desc,
+                              detail))
+            return;
+    } else if (sdat_can_mark(rest.length)) {
+        const sdat_marks m = sdat_mark_window<SDAT_MARK_TEXTS>(rest.text, rest.length);
+        if (copy_marked_texts(rest.text, rest.length, rest.length, m.first, m.second, desc, detail)) return;
     }
-    if (!copy_marked_texts(rest.text, n, rest.length, quotes, braces, desc, detail))
-        copy_texts(rest.text, rest.text + rest.length, desc, detail);
+    copy_texts(rest.text, restEnd, desc, detail);
 }
 
 }  // namespace

@@ -34,39 +34,20 @@ inline uint64_t sdat_bytes_blank(uint64_t word) {
     return controls | sdat_bytes_equal(word, ' ');
 }
 
-// The n characters (0 to 8) at p as a word, the first in its low byte;
-// the bytes past them are zero.
-inline uint64_t sdat_word_at(const char* p, size_t n) {
+// The eight characters at p as a word, the first in its low byte.
+inline uint64_t sdat_word_at(const char* p) {
     uint64_t word = 0;
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    if (n == 8) {
-        memcpy(&word, p, sizeof word);
-        return word;
-    }
+    memcpy(&word, p, sizeof word);
+#else
+    for (size_t i = 0; i < 8; ++i) word |= static_cast<uint64_t>(static_cast<unsigned char>(p[i])) << (8 * i);
 #endif
-    for (size_t i = 0; i < n; ++i) word |= static_cast<uint64_t>(static_cast<unsigned char>(p[i])) << (8 * i);
     return word;
 }
 
 // The high bits of the bytes of flags gathered into the low eight bits,
 // the first byte's into bit 0.
 inline uint64_t sdat_gather_flags(uint64_t flags) { return ((flags >> 7) * 0x0102040810204080ull) >> 56; }
-
-// Bit i of *aMarks (*bMarks) is set where p[i] is a (b), for the n
-// characters at p (at most 64).  The words are independent of each other,
-// so a processor works on several at once, where a search for one
-// character after another waits for each result.
-inline void sdat_mark_two(const char* p, size_t n, char a, char b, uint64_t* aMarks, uint64_t* bMarks) {
-    uint64_t aBits = 0;
-    uint64_t bBits = 0;
-    for (size_t i = 0; i < n; i += 8) {
-        const uint64_t word = sdat_word_at(p + i, n - i < 8 ? n - i : 8);
-        aBits |= sdat_gather_flags(sdat_bytes_equal(word, a)) << i;
-        bBits |= sdat_gather_flags(sdat_bytes_equal(word, b)) << i;
-    }
-    *aMarks = aBits;
-    *bMarks = bBits;
-}
 
 // The first character in [p, limit) that is a or b, or limit.
 inline const char* sdat_find_either(const char* p, const char* limit, char a, char b) {
