@@ -69,10 +69,19 @@ inline const char* sdat_find_either(const char* p, const char* limit, char a, ch
 inline const char* sdat_find_char(const char* p, const char* limit, char c) {
 #if defined(__SSE2__)
     const __m128i wanted = _mm_set1_epi8(c);
+    const auto hits_at = [wanted](const char* q) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q));
+        return static_cast<uint64_t>(static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, wanted))));
+    };
+    // Most lines end within the first 64 or 128 characters: four groups a
+    // step, so that the loop ends once or twice.
+    for (; limit - p >= 64; p += 64) {
+        const uint64_t hits = hits_at(p) | hits_at(p + 16) << 16 | hits_at(p + 32) << 32 | hits_at(p + 48) << 48;
+        if (hits) return p + __builtin_ctzll(hits);
+    }
     for (; limit - p >= 16; p += 16) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const int hits = _mm_movemask_epi8(_mm_cmpeq_epi8(v, wanted));
-        if (hits) return p + __builtin_ctz(static_cast<unsigned>(hits));
+        const uint64_t hits = hits_at(p);
+        if (hits) return p + __builtin_ctzll(hits);
     }
 #endif
     return sdat_find_either(p, limit, c, c);
