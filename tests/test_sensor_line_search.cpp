@@ -61,7 +61,7 @@ TEST(SensorLineSearch, ShortCopiesWriteTheCharactersAndNothingAfterThem) {
         char dest[300];
         memset(dest, 0x55, sizeof dest);
         sdat_copy_short(dest, source.data(), n);
-        ASSERT_EQ(0, memcmp(dest, source.data(), n)) << n;
+        ASSERT_EQ(std::string(source.begin(), source.end()), std::string(dest, n)) << n;
         for (size_t i = n; i < sizeof dest; ++i) ASSERT_EQ(0x55, dest[i]) << n << " " << i;
     }
 }
