@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
+#include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -58,6 +60,43 @@ bool referenceBitfield(const std::string& line, ci_bitfield_t* bf) {
     bf->datatype = CI_TYPE_UNSIGNED;
     bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
     return true;
+}
+
+// The line in a buffer of its own length, with no terminator: a read past
+// the end of a view is caught by the address sanitizer.
+int scanExactView(const std::string& line, ci_bitfield_t* bf) {
+    std::unique_ptr<char[]> copy(new char[line.size()]);
+    memcpy(copy.get(), line.data(), line.size());
+    const sdat_span view{copy.get(), line.size()};
+    return sdat_scan_bitfield_view(&view, bf);
+}
+
+// Reads the line as a terminated text and as a view, and compares both
+// records with the format's, field by field; a line that is not a bitfield
+// line leaves the record untouched.  Returns whether the line was read
+// (the caller stops at the first failure).
+bool expectBitfieldAsFormat(const std::string& line) {
+    ci_bitfield_t expected;
+    const bool ok = referenceBitfield(line, &expected);
+    if (!ok) memset(&expected, 0, sizeof expected);
+    for (int asView = 0; asView < 2; ++asView) {
+        ci_bitfield_t got;
+        memset(&got, 0, sizeof got);
+        const int read = asView ? scanExactView(line, &got) : sdat_scan_bitfield_line(line.c_str(), &got);
+        const std::string where = (asView ? "view: " : "text: ") + line;
+        EXPECT_EQ(ok, read != 0) << where;
+        EXPECT_STREQ(expected.id, got.id) << where;
+        EXPECT_EQ(expected.bitmask, got.bitmask) << where;
+        EXPECT_EQ(expected.rw, got.rw) << where;
+        EXPECT_STREQ(expected.desc, got.desc) << where;
+        EXPECT_STREQ(expected.detail, got.detail) << where;
+        EXPECT_EQ(expected.datatype, got.datatype) << where;
+        EXPECT_EQ(expected.confidential, got.confidential) << where;
+        // Nothing else is written, not even past a text's terminator.
+        EXPECT_EQ(0, memcmp(&expected, &got, sizeof got)) << where;
+        if (testing::Test::HasFailure()) break;
+    }
+    return ok;
 }
 
 // Valid lines of both register forms and bitfields, with every prefix,
@@ -125,15 +164,134 @@ TEST(SensorLineShape, RegisterAndBitfieldLinesReadTheItemsOfTheFormats) {
                 ASSERT_EQ(itemsOf(expected), itemsOf(got)) << line;
             }
         }
-        ci_bitfield_t expected;
-        ci_bitfield_t got;
-        memset(&got, 0, sizeof got);
-        const bool ok = referenceBitfield(line, &expected);
-        ASSERT_EQ(ok, sdat_scan_bitfield_line(line.c_str(), &got) != 0) << "bitfield: " << line;
-        if (ok) {
-            ASSERT_EQ(0, memcmp(&expected, &got, sizeof got)) << "bitfield: " << line;
+        expectBitfieldAsFormat(line);
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+// Lines that probe each directive of the bitfield format and each step
+// that follows it: the name's first word, the number, the access keyword,
+// the quoted texts and their cut at 252 characters and "...".
+TEST(SensorLineShape, TrickyBitfieldLinesReadAsTheFormat) {
+    const std::string longName(255, 'N');
+    const std::string longText(300, 't');
+    std::vector<std::string> lines = {
+        "    {FIELD_3_OF_BLOCK_0042, 0x00C0, RW, \"Field 3\", \"Bits 6 and 7 of the register\"}",
+        // missing items and characters
+        "", "{", "   {", "{,", "{F", "{F,", "{F, ", "{F, 1", "{F, 1,", "{F, 1, RW", "{F, 1, RW,", "{F, 1, RW, ",
+        "{F, 1, RW, }", "{F, 1, , \"d\"}", "{, 1, RW, \"d\"}", "{F, , RW, \"d\"}", "F, 1, RW, \"d\"}",
+        "x{F, 1, RW, \"d\"}", "{F 1 RW \"d\"}",
+        // blanks of every kind everywhere
+        "\t\v\f\r {\tF\t,\t1\t,\tRW\t,\t\"d\"\t}", "{ \t F \t , \v 1 , \f ro , \r \"d\" }",
+        "{   , 1, RW, x}", "{two words here, 1, RW, x}", "{\tlead, 1, RW, x}", "{ F, 1 , RW, x}",
+        // names and access keywords at and beyond their widths
+        "{" + longName + ", 1, RW, x}", "{" + longName + "N, 1, RW, x}", "{ " + longName + ", 1, RW, x}",
+        "{" + std::string(254, ' ') + "W, 1, RW, x}", "{F, 1, READ, x}", "{F, 1, READW, x}", "{F, 1, RO  , x}",
+        "{F, 1, R, x}", "{F, 1, ro, x}", "{F, 1, wo, x}", "{F, 1, Wo, x}", "{F, 1, rO, x}", "{F, 1, ROX, x}",
+        "{F, 1, W O, x}", "{F, 1, RW}", "{F, 1, {R}, x}",
+        // numbers
+        "{F, 0x, RW, x}", "{F, 0X, RW, x}", "{F, 0xg, RW, x}", "{F, 0x1F, RW, x}", "{F, 0XfF, RW, x}",
+        "{F, 017, RW, x}", "{F, 018, RW, x}", "{F, 08, RW, x}", "{F, 0, RW, x}", "{F, 42, RW, x}", "{F, -1, RW, x}",
+        "{F, +7, RW, x}", "{F, -, RW, x}", "{F, +, RW, x}", "{F, --1, RW, x}", "{F, - 1, RW, x}", "{F, x1, RW, x}",
+        "{F, 0xFFFFFFFF, RW, x}", "{F, 0x1FFFFFFFF, RW, x}", "{F, 99999999999999999999999, RW, x}",
+        "{F, -99999999999999999999999, RW, x}", "{F, -9223372036854775808, RW, x}",
+        "{F, 9223372036854775807, RW, x}", "{F, 0x8000000000000000, RW, x}", "{F, 0777777777777777777777777, RW, x}",
+        "{F, 12abc, RW, x}", "{F, 1 2, RW, x}", "{F, 0x10,RW,x}", "{F,0x10, RW, x}",
+        // quoted texts
+        "{F, 1, RW, \"\"}", "{F, 1, RW, \"\", \"\"}", "{F, 1, RW, \"d\"}", "{F, 1, RW, \"d}",
+        "{F, 1, RW, \"d\", \"e}", "{F, 1, RW, \"d\", \"e\", \"f\"}", "{F, 1, RW, d, e}", "{F, 1, RW, \"}\"}",
+        "{F, 1, RW, \"a}b\", \"c\"}", "{F, 1, RW, \"a\", \"b}c\"}", "{F, 1, RW, \"a\\\", \"b\"}",
+        "{F, 1, RW, \"a\"\"b\"}", "{F, 1, RW, \"a\" x \"b\" y}", "{F, 1, RW, \"", "{F, 1, RW, \"\"\"",
+        "{F, 1, RW, \"" + longText + "\", \"" + longText + "\"}",
+        "{F, 1, RW, \"" + std::string(251, 'a') + "\"}", "{F, 1, RW, \"" + std::string(252, 'a') + "\"}",
+        "{F, 1, RW, \"" + std::string(255, 'a') + "\"}", "{F, 1, RW, \"" + std::string(256, 'a') + "\"}",
+        "{F, 1, RW, \"" + std::string(257, 'a') + "\"}", "{F, 1, RW, \"" + longText,
+        "{F, 1, RW, \"a\", \"" + std::string(700, 'b') + "\"}", "{F, 1, RW, " + std::string(759, 'r') + "\"x\"}",
+        "{F, 1, RW, " + std::string(758, 'r') + "\"x\"}", "{F, 1, RW, \"" + std::string(758, 'r') + "\"}",
+        "{F, 1, RW, " + std::string(900, 'r') + "}",
+        // carriage returns
+        "{F, 1, RW, \"d\", \"e\"}\r", "{F, 1, RW, \"d\r\", \"e\"}", "{F, 1, RW, \"d\", \"e\r", "{F\r, 1, RW, x}\r",
+        "{F, 1, RW\r, x}", "{F, 1, RW, \r", "{F, 1, RW,\r\"d\"}",
+        // name prefixes that mark a field confidential
+        "{BIT_0, 1, RW, x}", "{bits_3, 1, RW, x}", "{Bit_, 1, RW, x}", "{BITS, 1, RW, x}", "{BIT, 1, RW, x}",
+        "{ BITS_X Y, 1, RW, x}", "{XBIT_0, 1, RW, x}",
+    };
+    // The texts' quotes and the item's end on each side of 64 characters
+    // into the last item, and eight characters into each of its words.
+    for (size_t at = 0; at < 72; ++at) {
+        const std::string filler(at, 'f');
+        lines.push_back("{F, 1, RW, " + filler + "}\"a\"");
+        lines.push_back("{F, 1, RW, \"" + filler + "\"x\"d\"}");
+        lines.push_back("{F, 1, RW, \"d\", \"" + filler + "\"" + std::string(80, 'g') + "}");
+        lines.push_back("{F, 1, RW, \"d\" \"e\" " + filler + "\"" + std::string(80, 'g'));
+        lines.push_back("{F, 1, RW, \"d\", \"" + filler);
+    }
+    // Each item on each side of the line's 64th character: padding of
+    // 0 to 71 characters at each place (@), with and without a tail that
+    // makes the line long.
+    const std::vector<std::string> padded = {
+        "@{F, 0x10, RW, \"d\", \"e\"}", "{@F, 1, RW, x}", "{F@, 1, RW, x}", "{F G@, 1, RW, x}",
+        "{F,@1, RW, x}",  "{F, 0x@1, RW, x}",  "{F, 1@, RW, x}",  "{F, 1,@RW, x}",
+        "{F, 1, R@, x}",  "{F, 1, RW,@x}",     "{F, 1, RW,@}",    "{F, 1, RW, \"d@\", \"e\"}",
+    };
+    for (const std::string& form : padded) {
+        const size_t at = form.find('@');
+        for (size_t pad = 0; pad < 72; ++pad) {
+            const char before = at > 0 ? form[at - 1] : ' ';
+            const char filler = before == 'x' ? '0' : (before == 'G' || before == 'R') ? 'n' : ' ';
+            const std::string line = form.substr(0, at) + std::string(pad, filler) + form.substr(at + 1);
+            lines.push_back(line);
+            lines.push_back(line + std::string(70, 'z'));
+            lines.push_back(line + std::string(70, '\t'));
         }
     }
+    int accepted = 0;
+    for (const std::string& line : lines) {
+        accepted += expectBitfieldAsFormat(line);
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_GT(accepted, 2000);
+    EXPECT_LT(accepted, static_cast<int>(lines.size()) - 30);
+}
+
+// Lines put together at random from fragments of valid and damaged items,
+// so that the damage meets every directive in every combination.
+TEST(SensorLineShape, RandomBitfieldLinesReadAsTheFormat) {
+    const std::vector<std::vector<std::string>> slots = {
+        {"", "", "    ", "\t", " \v\f", "x", "\r"},
+        {"{", "{", "{", "", "}", "{{"},
+        {"FIELD_3_OF_BLOCK_0042", "F", "", "  two words ", "BIT_0", "bits_1", std::string(255, 'n'),
+         std::string(256, 'n'), "\t", "a\"b", "x}y"},
+        {", ", ",", " ,", ",\t\t", "", ";", ",,"},
+        {"0x00C0", "0x", "0X1f", "017", "09", "-1", "+5", "-", "99999999999999999999", "-9223372036854775809",
+         "0xFFFFFFFFF", "1e3", "", " 7", "0xg"},
+        {", ", ",", " , ", "", ",,"},
+        {"RW", "RO", "ro", "wo", "Wo", "R", "READW", "", "RO ", "W,", "rw\t"},
+        {", ", ",", "", " ,\r", "}"},
+        {"\"Field 3\"", "\"", "\"\"", "\"a}b\"", "x", "", "\"" + std::string(300, 't') + "\"",
+         "\"" + std::string(253, 'u') + "\"", "\"\r\""},
+        {", ", ",", "", " \"", "}"},
+        {"\"Bits 6 and 7 of the register\"", "\"", "\"d", "\"" + std::string(600, 'v') + "\"", "", "x y"},
+        {"}", "}", "", "}\r", "\r", "} trailing", "\""},
+    };
+    std::mt19937 random(20261125);
+    int accepted = 0;
+    const int kLines = 100000;
+    for (int i = 0; i < kLines; ++i) {
+        std::string line;
+        for (const std::vector<std::string>& fragments : slots) {
+            // Mostly the slot's first (valid) fragment, else one of its
+            // others; now and then one of another slot, or the slot twice.
+            const int roll = static_cast<int>(random() % 100);
+            const std::vector<std::string>& from = roll < 4 ? slots[random() % slots.size()] : fragments;
+            line += roll < 60 && roll >= 4 ? from[0] : from[random() % from.size()];
+            if (roll == 99) line += fragments[random() % fragments.size()];
+        }
+        accepted += expectBitfieldAsFormat(line);
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_GT(accepted, kLines / 10);
+    EXPECT_LT(accepted, kLines - kLines / 10);
 }
 
 }  // namespace

@@ -13,6 +13,8 @@
 #define CK_SOURCE "sensor_data"
 #include <string.h>
 
+#include "sensor/sdat_find.h"
+#include "sensor/sdat_number.h"
 #include "sensor/sdat_register_line.h"
 #include "sensor/sdat_scan.h"
 
@@ -21,11 +23,9 @@ namespace {
 bool is_hex_digit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); }
 
 // One directive each; after a mismatch (the end of the line is one)
-// nothing more matches.  The line holds no NUL, and the character after
-// it ends a number (a terminator or a line end).
+// nothing more matches.  The line holds no NUL; nothing past its end is
+// read.
 class Shape {
-    static const size_t kShortRun = 8;
-
 public:
     explicit Shape(const sdat_span& line) : p_(line.text), end_(line.text + line.length) {}
 
@@ -43,18 +43,19 @@ public:
     // "%W[^stop]": one to W characters other than stop.
     Shape& run(char stop, int width, sdat_span* out = nullptr) {
         if (!ok_) return *this;
-        const size_t left = static_cast<size_t>(end_ - p_);
-        const size_t length = left < static_cast<size_t>(width) ? left : static_cast<size_t>(width);
-        size_t n = 0;
-        if (length <= kShortRun) {  // a call costs more than the loop
-            while (n < length && p_[n] != stop) ++n;
-        } else {
-            const void* at = memchr(p_, stop, length);
-            n = at ? static_cast<size_t>(static_cast<const char*>(at) - p_) : length;
-        }
+        const char* at = sdat_find_either(p_, p_ + room(width), stop, stop);
+        const size_t n = static_cast<size_t>(at - p_);
         ok_ = n > 0;
         if (out) *out = sdat_span{p_, n};
-        p_ += n;
+        p_ = at;
+        return *this;
+    }
+    // "%W[^stop]" as the last directive, the caller walking the run itself:
+    // out gets the W characters (fewer at the line end) the run may take,
+    // the first of which must not be stop.
+    Shape& open_run(char stop, int width, sdat_span* out) {
+        ok_ = ok_ && p_ < end_ && *p_ != stop;
+        if (ok_) *out = sdat_span{p_, room(width)};
         return *this;
     }
     // "%W[^stop]" as the last directive of a form test: one character is
@@ -67,10 +68,9 @@ public:
     Shape& number(ci_u32* out = nullptr) {
         if (!ok_) return *this;
         blanks();
-        ok_ = p_ < end_;
-        if (!ok_) return *this;
         if (!out) return skip_number();
-        const char* after = sdat_scan_int(p_, out);
+        const char* end = end_;
+        const char* after = sdat_number_at(p_, [end](const char* q) { return q < end; }, out);
         ok_ = after != nullptr;
         if (ok_) p_ = after;
         return *this;
@@ -80,11 +80,16 @@ public:
     bool matched() const { return ok_; }
 
 private:
+    // The characters a run of at most width characters may take.
+    size_t room(int width) const {
+        const size_t left = static_cast<size_t>(end_ - p_);
+        return left < static_cast<size_t>(width) ? left : static_cast<size_t>(width);
+    }
     // A number whose value is not wanted: a sign, then the digits of the
     // base its prefix gives ("0x" hexadecimal, "0" octal, else decimal);
     // "0x" alone counts as a number, as in a scan.
     Shape& skip_number() {
-        if (*p_ == '-' || *p_ == '+') ++p_;
+        if (p_ < end_ && (*p_ == '-' || *p_ == '+')) ++p_;
         ok_ = p_ < end_ && *p_ >= '0' && *p_ <= '9';
         if (!ok_) return *this;
         if (p_[0] == '0' && end_ - p_ >= 2 && (p_[1] == 'x' || p_[1] == 'X')) {
@@ -113,7 +118,8 @@ sdat_span whole(const char* line) { return sdat_span{line, strlen(line)}; }
 }  // namespace
 
 int sdat_view_counts_as_register(const sdat_span* line, ci_s32 sdatVersion) {
-    if (!memchr(line->text, '=', line->length)) return 0;  // most lines of a section are bitfield lines
+    // Most lines of a section are bitfield lines, without an '='.
+    if (sdat_find_char(line->text, line->text + line->length, '=') == line->text + line->length) return 0;
     Shape s(*line);
     s.run('=', 255).lit('=').blanks().lit('{').number().comma().run(',', 255).comma().number().comma();
     if (sdatVersion >= 2) s.number().comma();
@@ -127,9 +133,9 @@ int sdat_counts_as_register(const char* line, ci_s32 sdatVersion) {
 }
 
 int sdat_view_is_bitfield_line(const sdat_span* line) {
-    Shape s(*line);
-    s.blanks().lit('{').run(',', 255).comma().number().comma().run(',', 4).comma().last_run('}');
-    return s.matched();
+    sdat_bitfield_parts parts;
+    sdat_span word;
+    return sdat_find_bitfield_items(line, &parts, &word);
 }
 
 int sdat_is_bitfield_line(const char* line) {
@@ -167,9 +173,16 @@ int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_
     return 1;
 }
 
-int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts) {
+int sdat_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts) {
     Shape s(*line);
     s.blanks().lit('{').run(',', 255, &parts->name).comma().number(&parts->mask).comma();
-    s.run(',', 4, &parts->rw).comma().run('}', 760, &parts->rest);
+    s.run(',', 4, &parts->rw).comma().open_run('}', 760, &parts->rest);
     return s.matched();
+}
+
+int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts) {
+    if (!sdat_bitfield_items(line, parts)) return 0;
+    const void* stop = memchr(parts->rest.text, '}', parts->rest.length);
+    if (stop) parts->rest.length = static_cast<size_t>(static_cast<const char*>(stop) - parts->rest.text);
+    return 1;
 }

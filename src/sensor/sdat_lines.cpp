@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "core/camkit_private.h"
+#include "sensor/sdat_find.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_scan.h"
 
@@ -97,9 +98,9 @@ bool physical_line_in_place(sdat_text* text, ci_s32 size, sdat_span* view) {
     const char* p = text->data + text->pos;
     size_t n = text->size - text->pos;
     if (n > static_cast<size_t>(size) - 1) n = static_cast<size_t>(size) - 1;
-    const void* end = memchr(p, '\n', n);
-    if (!end) return false;
-    size_t length = static_cast<size_t>(static_cast<const char*>(end) - p);
+    const char* end = sdat_find_char(p, p + n, '\n');
+    if (end == p + n) return false;
+    size_t length = static_cast<size_t>(end - p);
     if (!text->nulFree && memchr(p, '\0', length)) return false;
     text->pos += length + 1;
     if (length > 0 && p[length - 1] == '\r') --length;

@@ -1,5 +1,5 @@
-// One register line or bitfield line of a registers section, scanned and
-// turned into its record.
+// One register line of a registers section, scanned and turned into its
+// record (bitfield lines: sdat_bitfield_line.cpp).
 #define CK_SOURCE "sensor_data"
 #include "sensor/sdat_register_line.h"
 
@@ -7,7 +7,6 @@
 #include <string.h>
 
 #include "core/camkit_private.h"
-#include "sensor/sdat_scan.h"
 #include "sensor/sensor_types.h"
 
 namespace {
@@ -83,33 +82,6 @@ void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, 
     parts.def = l->def;
     parts.rest = sdat_span{l->rest, strlen(l->rest)};
     sdat_fill_register_parts(sensor, &parts, reg);
-}
-
-int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf) {
-    const sdat_span view{line, strlen(line)};
-    return sdat_scan_bitfield_view(&view, bf);
-}
-
-int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf) {
-    sdat_bitfield_parts parts;
-    if (!sdat_split_bitfield_line(line, &parts)) return 0;
-    // The name is its first word.
-    const char* name = parts.name.text;
-    const char* end = name + parts.name.length;
-    while (name < end && sdat_is_blank(*name)) ++name;
-    const char* word = name;
-    while (word < end && !sdat_is_blank(*word)) ++word;
-    memcpy(bf->id, name, static_cast<size_t>(word - name));
-    bf->id[word - name] = '\0';
-    bf->bitmask = parts.mask;
-    char rw[5];
-    memcpy(rw, parts.rw.text, parts.rw.length);
-    rw[parts.rw.length] = '\0';
-    bf->rw = sdat_access(rw);
-    sdat_descriptions_in(parts.rest.text, parts.rest.length, bf->desc, bf->detail);
-    bf->datatype = CI_TYPE_UNSIGNED;
-    bf->confidential = (sdat_has_prefix(bf->id, "BIT_") || sdat_has_prefix(bf->id, "BITS_")) ? 1 : 0;
-    return 1;
 }
 
 void sdat_note_page_select(ci_sensor_t* sensor, const ci_reg_data_t* reg, int anyAddrSize) {

@@ -38,12 +38,18 @@ typedef struct sdat_bitfield_parts {
 
 // Finds the items of a bitfield line; returns 0 when the line is not one.
 int sdat_split_bitfield_line(const sdat_span* line, sdat_bitfield_parts* parts);
+// The same, leaving the remainder for the caller to walk: rest holds the
+// 760 characters (fewer at the line end) the last item may take, the first
+// of which is not '}'; the item ends before the first '}' among them.
+int sdat_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts);
+// The same, found from the marks of the line's characters where they settle
+// the items, with the first word of the name in *word.
+int sdat_find_bitfield_items(const sdat_span* line, sdat_bitfield_parts* parts, sdat_span* word);
 
 // Scans a register line in the form of the file's sdat_version; returns 0
 // when too few items scan.
 int sdat_scan_register_line(const char* line, ci_s32 sdatVersion, sdat_register_line* l);
-// The same, finding the items in place.  The line holds no NUL, and the
-// character after it (a line end) ends a number.
+// The same, finding the items in place (the line holds no NUL).
 int sdat_split_register_line(const sdat_span* line, ci_s32 sdatVersion, sdat_register_parts* parts);
 // The more lenient test of the counting pass.
 int sdat_counts_as_register(const char* line, ci_s32 sdatVersion);

@@ -7,6 +7,8 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "sensor/sdat_number.h"
+
 namespace {
 
 struct scan_state {
@@ -45,61 +47,12 @@ void read_set(const char** f, bool* negate, const char** set, size_t* setLen) {
     *f = *p ? p + 1 : p;
 }
 
-// The value of each character as a digit (letters from 10 on), 99 for a
-// character that is none.  Every number of a file goes through here.
-struct DigitTable {
-    unsigned char value[256];
-    constexpr DigitTable() : value() {
-        for (int c = 0; c < 256; ++c) {
-            value[c] = 99;
-            if (c >= '0' && c <= '9') value[c] = static_cast<unsigned char>(c - '0');
-            if (c >= 'a' && c <= 'z') value[c] = static_cast<unsigned char>(c - 'a' + 10);
-            if (c >= 'A' && c <= 'Z') value[c] = static_cast<unsigned char>(c - 'A' + 10);
-        }
-    }
-};
-constexpr DigitTable kDigits;
-
-int digit_value(char c) { return kDigits.value[static_cast<unsigned char>(c)]; }
-
-// Reads digits of the base from p; returns the end.  The magnitude saturates
-// at limit, as strtoll's result does.
-const char* read_digits(const char* p, int base, unsigned long long limit, unsigned long long* magnitude) {
-    const unsigned long long safe = 1ull << 58;  // value * 16 + 15 stays below 2^63
-    unsigned long long value = 0;
-    for (int d; (d = digit_value(*p)) < base; ++p) {
-        if (value < safe)
-            value = value * static_cast<unsigned>(base) + static_cast<unsigned>(d);
-        else
-            value = (value > (limit - static_cast<unsigned>(d)) / static_cast<unsigned>(base))
-                        ? limit
-                        : value * static_cast<unsigned>(base) + static_cast<unsigned>(d);
-    }
-    *magnitude = value;
-    return p;
-}
-
-// One %i, with the rules of scanf: optional sign, then "0x" hexadecimal, "0"
-// octal or decimal.  Like scanf, "0x" without hexadecimal digits reads as 0
-// and uses the 'x'.  Out-of-range numbers saturate as in strtoll, and the low
-// 32 bits are stored.  Returns false on a matching failure.
+// One %i, with the rules of scanf (sdat_number.h).  Returns false on a
+// matching failure.
 bool convert_int(scan_state& s, uint32_t* out) {
     skip_blanks(s);
-    const char* p = s.in;
-    bool negative = (*p == '-');
-    if (*p == '-' || *p == '+') ++p;
-    if (digit_value(*p) >= 10) return false;
-    int base = 10;
-    if (p[0] == '0' && (p[1] == 'x' || p[1] == 'X')) {
-        base = 16;
-        p += 2;
-    } else if (p[0] == '0') {
-        base = 8;
-    }
-    const unsigned long long limit = negative ? 0x8000000000000000ull : 0x7FFFFFFFFFFFFFFFull;
-    unsigned long long magnitude = 0;
-    p = read_digits(p, base, limit, &magnitude);
-    *out = static_cast<uint32_t>(negative ? 0ull - magnitude : magnitude);
+    const char* p = sdat_number_at(s.in, [](const char*) { return true; }, out);
+    if (!p) return false;
     s.in = p;
     return true;
 }
