@@ -109,7 +109,7 @@ private:
 };
 
 void copy_span(char* dest, const sdat_span& span) {
-    memcpy(dest, span.text, span.length);
+    if (span.length > 0) memcpy(dest, span.text, span.length);
     dest[span.length] = '\0';
 }
 
@@ -154,7 +154,7 @@ int sdat_split_register_line(const sdat_span* line, ci_s32 sdatVersion, sdat_reg
     if (!s.matched()) return 0;
     s.comma().run('}', 760, &parts->rest);
     if (s.matched()) return 1;
-    parts->rest = sdat_span{};
+    parts->rest = sdat_span{line->text + line->length, 0};
     return sdatVersion >= 2;  // the texts may be missing there
 }
 
