@@ -3,9 +3,9 @@
 // The usual reading counts a section before it reads it: the count sizes
 // the register table and reports every line that is neither a register nor
 // a bitfield before any line is read.  For a section without such lines the
-// count only costs time.  This pass sizes the table by an upper bound
-// instead (the lines left in the file; the part of the arena never reached
-// is address space only) and reads each line once.  At the first line that
+// count only costs time.  This pass sizes the table by upper bounds
+// instead (the '=' and the lines left in the file; the part of the arena
+// never reached is address space only) and reads each line once.  At the first line that
 // the count would report or the reading would refuse, it gives back what it
 // built and puts the reading position back; the section is then read the
 // usual way, so that every message comes as it always does.
@@ -20,24 +20,39 @@
 
 namespace {
 
-// Line ends in the n bytes at p, sixteen bytes a step.
-size_t count_line_ends(const char* p, size_t n) {
+// Upper bounds for what the rest of a file can hold: every line ends in a
+// line end (the last may not), every register line holds an '='.
+struct text_bounds {
+    size_t lines;
+    size_t registers;
+};
+
+// Counts line ends and '=' in the n bytes at p, sixteen bytes a step.
+text_bounds count_bounds(const char* p, size_t n) {
     typedef char bytes16 __attribute__((vector_size(16)));
-    size_t count = 0;
+    text_bounds b{1, 1};
     size_t at = 0;
     while (n - at >= 16) {
         // Up to 255 steps at a time, so that the per-lane sums cannot wrap.
-        bytes16 sums = {};
+        bytes16 ends = {};
+        bytes16 equals = {};
         const size_t steps = (n - at) / 16 < 255 ? (n - at) / 16 : 255;
         for (size_t s = 0; s < steps; ++s, at += 16) {
             bytes16 chunk;
             memcpy(&chunk, p + at, sizeof chunk);
-            sums -= (chunk == '\n');  // a match is -1 in its lane
+            ends -= (chunk == '\n');  // a match is -1 in its lane
+            equals -= (chunk == '=');
         }
-        for (int lane = 0; lane < 16; ++lane) count += static_cast<unsigned char>(sums[lane]);
+        for (int lane = 0; lane < 16; ++lane) {
+            b.lines += static_cast<unsigned char>(ends[lane]);
+            b.registers += static_cast<unsigned char>(equals[lane]);
+        }
     }
-    for (; at < n; ++at) count += p[at] == '\n';
-    return count;
+    for (; at < n; ++at) {
+        b.lines += p[at] == '\n';
+        b.registers += p[at] == '=';
+    }
+    return b;
 }
 
 struct once_pass {
@@ -117,12 +132,11 @@ bool read_lines(once_pass* p) {
 int sdat_read_registers_once(sdat_reader* r) {
     ci_sensor_t* sensor = r->sensor;
     if (!r->arena || sensor->regs || r->ctx->match_chip_version_reg) return 0;
-    const size_t bound = count_line_ends(r->text.data + r->text.pos, r->text.size - r->text.pos) + 1;
-    sensor->regs = regmap_arena_new(bound, bound + CI_MAX_BITFIELDS);
+    const text_bounds bound = count_bounds(r->text.data + r->text.pos, r->text.size - r->text.pos);
+    sensor->regs = regmap_arena_new(bound.registers, bound.lines + CI_MAX_BITFIELDS);
     once_pass p{r, regmap_arena_of(sensor->regs), {}};
-    // A register usually comes with a few bitfield lines; the index grows
-    // when the guess is short.
-    const ci_s32 guess = bound / 4 < 1 << 20 ? static_cast<ci_s32>(bound / 4) : 1 << 20;
+    // The index grows when the guess is short.
+    const ci_s32 guess = bound.registers < 1 << 20 ? static_cast<ci_s32>(bound.registers) : 1 << 20;
     if (!p.arena || !sdat_name_index_init(&p.names, guess)) {
         regmap_arena_free(sensor->regs, 0);
         sensor->regs = nullptr;
