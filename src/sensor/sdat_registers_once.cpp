@@ -17,6 +17,8 @@
 #include "sensor/sdat_name_index.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_register_line.h"
+#include "sensor/sdat_scan.h"
+#include "sensor/sensor_types.h"
 
 namespace {
 
@@ -55,11 +57,29 @@ text_bounds count_bounds(const char* p, size_t n) {
     return b;
 }
 
+// Whether the line's first character other than white space is '{', as
+// that of every bitfield line is.
+bool opens_a_brace(const sdat_span& line) {
+    const char* p = line.text;
+    const char* end = p + line.length;
+    while (p < end && sdat_is_blank(*p)) ++p;
+    return p < end && *p == '{';
+}
+
 struct once_pass {
     sdat_reader* r;
     regmap_arena* arena;
     sdat_name_index names;
+    ci_u32 pageSelect[2];  // name hashes of the sensor type's page selectors
 };
+
+void hash_page_selectors(once_pass* p) {
+    const char* readReg = "";
+    const char* writeReg = "";
+    _pageSelectRegs(p->r->sensor->sensorType, &readReg, &writeReg);
+    p->pageSelect[0] = sdat_name_hash(readReg);
+    p->pageSelect[1] = sdat_name_hash(writeReg);
+}
 
 // Reads the bitfield lines after a register into table (room for
 // CI_MAX_BITFIELDS); the line after them is left in *line (*more is 0 at
@@ -68,6 +88,7 @@ struct once_pass {
 ci_s32 read_fields(sdat_reader* r, ci_bitfield_t* table, sdat_span* line, int* more) {
     ci_s32 n = 0;
     while ((*more = sdat_next_view(r, SDAT_LINE_REGISTERS, line)) != 0) {
+        if (!opens_a_brace(*line)) return n;  // the next register, most often
         if (n == CI_MAX_BITFIELDS) {
             ci_bitfield_t spare;
             memset(&spare, 0, sizeof spare);
@@ -101,7 +122,8 @@ bool store(once_pass* p, const sdat_register_parts* parts, sdat_span* line, int*
         reg->num_bitfields = n;
     }
     sensor->num_regs++;
-    sdat_note_page_select(sensor, reg, 0);
+    // Only a name with a page selector's hash can be one.
+    if (hash == p->pageSelect[0] || hash == p->pageSelect[1]) sdat_note_page_select(sensor, reg, 0);
     return true;
 }
 
@@ -134,7 +156,8 @@ int sdat_read_registers_once(sdat_reader* r) {
     if (!r->arena || sensor->regs || r->ctx->match_chip_version_reg) return 0;
     const text_bounds bound = count_bounds(r->text.data + r->text.pos, r->text.size - r->text.pos);
     sensor->regs = regmap_arena_new(bound.registers, bound.lines + CI_MAX_BITFIELDS);
-    once_pass p{r, regmap_arena_of(sensor->regs), {}};
+    once_pass p{r, regmap_arena_of(sensor->regs), {}, {0, 0}};
+    hash_page_selectors(&p);
     // The index grows when the guess is short.
     const ci_s32 guess = bound.registers < 1 << 20 ? static_cast<ci_s32>(bound.registers) : 1 << 20;
     if (!p.arena || !sdat_name_index_init(&p.names, guess)) {
