@@ -101,6 +101,7 @@ bool physical_line_in_place(sdat_text* text, ci_s32 size, sdat_span* view) {
     const char* end = sdat_find_char(p, p + n, '\n');
     if (end == p + n) return false;
     size_t length = static_cast<size_t>(end - p);
+    if (text->nulFree < 0) text->nulFree = memchr(p, '\0', text->size - text->pos) == nullptr;
     if (!text->nulFree && memchr(p, '\0', length)) return false;
     text->pos += length + 1;
     if (length > 0 && p[length - 1] == '\r') --length;

@@ -25,7 +25,8 @@ typedef struct sdat_text {
     size_t size;
     size_t pos;
     size_t mapped;  // size of the block when data is a bulk block, else 0
-    int nulFree;    // no NUL anywhere in the text: lines need not be checked
+    int nulFree;    // no NUL from the first line read in place on (lines in
+                    // place then need no check); -1 until known
 } sdat_text;
 
 // A run of characters in place (not terminated).

@@ -22,37 +22,43 @@
 
 namespace {
 
-// Upper bounds for what the rest of a file can hold: every line ends in a
-// line end (the last may not), every register line holds an '='.
+// Upper bounds for what the rest of a file can hold (every line ends in a
+// line end, the last may not; every register line holds an '='), and the
+// NUL in it.
 struct text_bounds {
     size_t lines;
     size_t registers;
+    size_t nuls;
 };
 
-// Counts line ends and '=' in the n bytes at p, sixteen bytes a step.
+// Counts line ends, '=' and NUL in the n bytes at p, sixteen bytes a step.
 text_bounds count_bounds(const char* p, size_t n) {
     typedef char bytes16 __attribute__((vector_size(16)));
-    text_bounds b{1, 1};
+    text_bounds b{1, 1, 0};
     size_t at = 0;
     while (n - at >= 16) {
         // Up to 255 steps at a time, so that the per-lane sums cannot wrap.
         bytes16 ends = {};
         bytes16 equals = {};
+        bytes16 nuls = {};
         const size_t steps = (n - at) / 16 < 255 ? (n - at) / 16 : 255;
         for (size_t s = 0; s < steps; ++s, at += 16) {
             bytes16 chunk;
             memcpy(&chunk, p + at, sizeof chunk);
             ends -= (chunk == '\n');  // a match is -1 in its lane
             equals -= (chunk == '=');
+            nuls -= (chunk == 0);
         }
         for (int lane = 0; lane < 16; ++lane) {
             b.lines += static_cast<unsigned char>(ends[lane]);
             b.registers += static_cast<unsigned char>(equals[lane]);
+            b.nuls += static_cast<unsigned char>(nuls[lane]);
         }
     }
     for (; at < n; ++at) {
         b.lines += p[at] == '\n';
         b.registers += p[at] == '=';
+        b.nuls += p[at] == '\0';
     }
     return b;
 }
@@ -155,6 +161,7 @@ int sdat_read_registers_once(sdat_reader* r) {
     ci_sensor_t* sensor = r->sensor;
     if (!r->arena || sensor->regs || r->ctx->match_chip_version_reg) return 0;
     const text_bounds bound = count_bounds(r->text.data + r->text.pos, r->text.size - r->text.pos);
+    if (r->text.nulFree < 0) r->text.nulFree = bound.nuls == 0;
     sensor->regs = regmap_arena_new(bound.registers, bound.lines + CI_MAX_BITFIELDS);
     once_pass p{r, regmap_arena_of(sensor->regs), {}, {0, 0}};
     hash_page_selectors(&p);

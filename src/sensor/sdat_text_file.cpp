@@ -115,7 +115,7 @@ int sdat_text_read(FILE* fp, sdat_text* text) {
     size_t capacity = expected_size(fp);
     text->size = 0;
     text->pos = 0;
-    text->nulFree = 0;
+    text->nulFree = -1;
     bool fresh = false;
     if (!allocate(text, capacity, &fresh)) return 0;
     for (;;) {
@@ -125,10 +125,7 @@ int sdat_text_read(FILE* fp, sdat_text* text) {
         }
         size_t got = read_more(fp, text, capacity, fresh);
         text->size += got;
-        if (got == 0) {
-            text->nulFree = memchr(text->data, '\0', text->size) == nullptr;
-            return 1;
-        }
+        if (got == 0) return 1;
     }
 }
 
