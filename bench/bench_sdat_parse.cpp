@@ -14,8 +14,8 @@
 #include <benchmark/benchmark.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <time.h>
 #include <sys/mman.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>

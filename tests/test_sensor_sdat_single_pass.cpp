@@ -32,8 +32,9 @@ std::string variedLines() {
     for (int r = 0; r < 120; ++r) {
         const std::string name = "REG_" + std::to_string(r);
         const char* space = r % 3 == 0 ? "CORE" : (r % 3 == 1 ? "VARS" : "FAR_A");
-        const std::string texts = r % 7 == 0 ? ", \"only one text\"" : ", \"Register " + std::to_string(r) + "\", \"" +
-                                                         (r % 5 == 0 ? longText : "detail") + "\"";
+        const std::string texts =
+            r % 7 == 0 ? ", \"only one text\""
+                       : ", \"Register " + std::to_string(r) + "\", \"" + (r % 5 == 0 ? longText : "detail") + "\"";
         const std::string pad = r % 5 == 1 ? " \t" : "";  // blanks after the space and the access
         out += (r % 4 == 0 ? "\t" : "") + name + " = {0x" + std::to_string(1000 + r) + ", " + space + pad + ", " +
                std::to_string(1 + r % 3) + ", 0xFFFF, " + (r % 2 ? "RO" : "rw") + pad + ", " + std::to_string(r) +
@@ -102,7 +103,8 @@ TEST(SdatSinglePass, BadLinesAreReportedByTheCountFirstThenByTheReading) {
 TEST(SdatSinglePass, FaultsFoundLateStillGiveTheirUsualCodes) {
     ScratchDir dir;
     std::string many;
-    for (int i = 0; i < 200; ++i) many += "R" + std::to_string(i) + " = {" + std::to_string(i) + ", CORE, 1, 1, RW, 0, \"\"}\n";
+    for (int i = 0; i < 200; ++i)
+        many += "R" + std::to_string(i) + " = {" + std::to_string(i) + ", CORE, 1, 1, RW, 0, \"\"}\n";
     std::string tooMany = "WIDE = {999, CORE, 1, 1, RW, 0, \"\"}\n";
     for (int b = 0; b < 34; ++b) tooMany += "  {F" + std::to_string(b) + ", 1, RW, \"\", \"\"}\n";
     struct Case {

@@ -55,13 +55,13 @@ struct regmap_region {
 };
 
 struct regmap_arena {
-    ci_reg_data_t* regs;        // the key: the description's register array
+    ci_reg_data_t* regs;               // the key: the description's register array
     std::vector<regmap_mapping> maps;  // the newest last; older ones still hold bitfields
-    size_t regCapacity;         // records the register part of the newest mapping holds
+    size_t regCapacity;                // records the register part of the newest mapping holds
     regmap_region regArea;             // that part
     regmap_region fieldArea;           // and its bitfield part
-    size_t capacity;            // bitfield slots in the newest mapping
-    size_t used;                // slots committed
+    size_t capacity;                   // bitfield slots in the newest mapping
+    size_t used;                       // slots committed
 };
 
 namespace {

@@ -82,7 +82,17 @@ found items_from_marks(const sdat_span* line, const sdat_marks& m, bitfield_item
     return A_BITFIELD;
 }
 
+// Whether the line's first character other than white space is '{', as
+// that of every bitfield line is: most other lines are settled here.
+bool opens_a_brace(const sdat_span* line) {
+    const char* p = line->text;
+    const char* end = p + line->length;
+    while (p < end && sdat_is_blank(*p)) ++p;
+    return p < end && *p == '{';
+}
+
 bool find_items(const sdat_span* line, bitfield_items* items) {
+    if (!opens_a_brace(line)) return false;
     if (sdat_can_mark(line->length)) {
         const size_t n = line->length < SDAT_WINDOW ? line->length : SDAT_WINDOW;
         const found f = items_from_marks(line, sdat_mark_window<SDAT_MARK_ITEMS>(line->text, n), items);

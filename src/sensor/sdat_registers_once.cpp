@@ -5,10 +5,11 @@
 // a bitfield before any line is read.  For a section without such lines the
 // count only costs time.  This pass sizes the table by upper bounds
 // instead (the '=' and the lines left in the file; the part of the arena
-// never reached is address space only) and reads each line once.  At the first line that
-// the count would report or the reading would refuse, it gives back what it
-// built and puts the reading position back; the section is then read the
-// usual way, so that every message comes as it always does.
+// never reached is address space only) and reads each line once.  At the
+// first line that the count would report or the reading would refuse, it
+// gives back what it built and puts the reading position back; the section
+// is then read the usual way, so that every message comes as it always
+// does.
 #define CK_SOURCE "sensor_data"
 #include <string.h>
 
@@ -17,7 +18,6 @@
 #include "sensor/sdat_name_index.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_register_line.h"
-#include "sensor/sdat_scan.h"
 #include "sensor/sensor_types.h"
 
 namespace {
@@ -63,15 +63,6 @@ text_bounds count_bounds(const char* p, size_t n) {
     return b;
 }
 
-// Whether the line's first character other than white space is '{', as
-// that of every bitfield line is.
-bool opens_a_brace(const sdat_span& line) {
-    const char* p = line.text;
-    const char* end = p + line.length;
-    while (p < end && sdat_is_blank(*p)) ++p;
-    return p < end && *p == '{';
-}
-
 struct once_pass {
     sdat_reader* r;
     regmap_arena* arena;
@@ -94,7 +85,6 @@ void hash_page_selectors(once_pass* p) {
 ci_s32 read_fields(sdat_reader* r, ci_bitfield_t* table, sdat_span* line, int* more) {
     ci_s32 n = 0;
     while ((*more = sdat_next_view(r, SDAT_LINE_REGISTERS, line)) != 0) {
-        if (!opens_a_brace(*line)) return n;  // the next register, most often
         if (n == CI_MAX_BITFIELDS) {
             ci_bitfield_t spare;
             memset(&spare, 0, sizeof spare);
