@@ -71,11 +71,46 @@ int scanExactView(const std::string& line, ci_bitfield_t* bf) {
     return sdat_scan_bitfield_view(&view, bf);
 }
 
-// Reads the line as a terminated text and as a view, and compares both
-// records with the format's, field by field; a line that is not a bitfield
-// line leaves the record untouched.  Returns whether the line was read
-// (the caller stops at the first failure).
+// The line taken straight from a text in which it is followed by a line
+// end and more bitfield lines, with both widths of step: either it is
+// declined, with nothing read or written, or it is read as the format
+// reads the line the reader sees (line end and one '\r' before it removed).
+void expectTakenAsFormat(const std::string& line) {
+    for (const std::string ending : {"\n", "\r\n"}) {
+        std::string body = line + ending;
+        while (body.size() < line.size() + 300) body += "  {NEXT,1,RW,\"q,}\"\n";
+        const bool cut = ending == "\n" && !line.empty() && line.back() == '\r';
+        ci_bitfield_t expected;
+        const bool ok = referenceBitfield(cut ? line.substr(0, line.size() - 1) : line, &expected);
+        for (int wide = 0; wide < 2; ++wide) {
+            std::unique_ptr<char[]> data(new char[body.size()]);
+            memcpy(data.get(), body.data(), body.size());
+            sdat_text text{data.get(), body.size(), 0, 0, 1};
+            ci_bitfield_t got;
+            memset(&got, 0, sizeof got);
+            const std::string where = (wide ? "wide take: " : "take: ") + line;
+            if (!sdat_take_bitfield_line_as(&text, &got, wide)) {
+                const ci_bitfield_t zero{};
+                EXPECT_EQ(0u, text.pos) << where;
+                EXPECT_EQ(0, memcmp(&zero, &got, sizeof got)) << where;
+                continue;
+            }
+            EXPECT_TRUE(ok) << where;
+            EXPECT_EQ(line.size() + ending.size(), text.pos) << where;
+            EXPECT_STREQ(expected.id, got.id) << where;
+            EXPECT_STREQ(expected.desc, got.desc) << where;
+            EXPECT_STREQ(expected.detail, got.detail) << where;
+            EXPECT_EQ(0, memcmp(&expected, &got, sizeof got)) << where;
+        }
+    }
+}
+
+// Reads the line as a terminated text, as a view and straight from a text,
+// and compares the records with the format's, field by field; a line that
+// is not a bitfield line leaves the record untouched.  Returns whether the
+// line was read (the caller stops at the first failure).
 bool expectBitfieldAsFormat(const std::string& line) {
+    expectTakenAsFormat(line);
     ci_bitfield_t expected;
     const bool ok = referenceBitfield(line, &expected);
     if (!ok) memset(&expected, 0, sizeof expected);
@@ -252,6 +287,27 @@ TEST(SensorLineShape, TrickyBitfieldLinesReadAsTheFormat) {
     }
     EXPECT_GT(accepted, 2000);
     EXPECT_LT(accepted, static_cast<int>(lines.size()) - 30);
+}
+
+// Near the end of the text (a buffer of exactly its size, so that the
+// address sanitizer sees any read past it), or with a NUL somewhere in it,
+// a line is left to the usual reading.
+TEST(SensorLineShape, ALineIsTakenOnlyWithRoomAfterItAndNoNulInTheText) {
+    const std::string line = "  {F, 0x10, RW, \"d\", \"e\"}\n";
+    for (size_t size = line.size(); size < 200; ++size) {
+        std::string body = line + std::string(size - line.size(), 'x');
+        for (int nulFree = 0; nulFree < 2; ++nulFree) {
+            std::unique_ptr<char[]> data(new char[size]);
+            memcpy(data.get(), body.data(), size);
+            sdat_text text{data.get(), size, 0, 0, nulFree};
+            ci_bitfield_t got;
+            memset(&got, 0, sizeof got);
+            const int taken = sdat_take_bitfield_line(&text, &got);
+            EXPECT_EQ(nulFree == 1 && size >= 128, taken != 0) << size;
+            EXPECT_EQ(taken ? line.size() : 0u, text.pos) << size;
+            EXPECT_STREQ(taken ? "e" : "", got.detail) << size;
+        }
+    }
 }
 
 // Lines put together at random from fragments of valid and damaged items,

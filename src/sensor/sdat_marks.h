@@ -20,7 +20,7 @@ typedef struct sdat_marks {
     uint64_t second;
 } sdat_marks;
 
-enum sdat_mark_kind { SDAT_MARK_ITEMS, SDAT_MARK_TEXTS };
+enum sdat_mark_kind { SDAT_MARK_ITEMS, SDAT_MARK_TEXTS, SDAT_MARK_ENDS };
 
 // The marks of one group of characters (16 with SSE2, else 8).
 template <sdat_mark_kind kind>
@@ -37,6 +37,7 @@ struct sdat_mark_group {
             return sdat_marks{bits(_mm_or_si128(controls, _mm_cmpeq_epi8(v, _mm_set1_epi8(' ')))),
                               bits(_mm_cmpeq_epi8(v, _mm_set1_epi8(',')))};
         }
+        if (kind == SDAT_MARK_ENDS) return sdat_marks{bits(_mm_cmpeq_epi8(v, _mm_set1_epi8('\n'))), 0};
         return sdat_marks{bits(_mm_cmpeq_epi8(v, _mm_set1_epi8('"'))), bits(_mm_cmpeq_epi8(v, _mm_set1_epi8('}')))};
     }
 
@@ -51,11 +52,47 @@ private:
         if (kind == SDAT_MARK_ITEMS)
             return sdat_marks{sdat_gather_flags(sdat_bytes_blank(word)),
                               sdat_gather_flags(sdat_bytes_equal(word, ','))};
+        if (kind == SDAT_MARK_ENDS) return sdat_marks{sdat_gather_flags(sdat_bytes_equal(word, '\n')), 0};
         return sdat_marks{sdat_gather_flags(sdat_bytes_equal(word, '"')),
                           sdat_gather_flags(sdat_bytes_equal(word, '}'))};
     }
 #endif
 };
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#define SDAT_WIDE_MARKS 1
+// The same, 32 characters a group, for the processors with AVX2: only
+// code built for them (a function with the "avx2" target, chosen when
+// sdat_wide_marks() says so) may use it.
+template <sdat_mark_kind kind>
+struct sdat_wide_mark_group {
+    static const size_t size = 32;
+    __attribute__((target("avx2"))) static sdat_marks at(const char* p) {
+        const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+        if (kind == SDAT_MARK_ITEMS) {
+            const __m256i shifted = _mm256_sub_epi8(v, _mm256_set1_epi8(9));
+            const __m256i controls = _mm256_cmpeq_epi8(_mm256_min_epu8(shifted, _mm256_set1_epi8(4)), shifted);
+            return sdat_marks{bits(_mm256_or_si256(controls, _mm256_cmpeq_epi8(v, _mm256_set1_epi8(' ')))),
+                              bits(_mm256_cmpeq_epi8(v, _mm256_set1_epi8(',')))};
+        }
+        if (kind == SDAT_MARK_ENDS) return sdat_marks{bits(_mm256_cmpeq_epi8(v, _mm256_set1_epi8('\n'))), 0};
+        return sdat_marks{bits(_mm256_cmpeq_epi8(v, _mm256_set1_epi8('"'))),
+                          bits(_mm256_cmpeq_epi8(v, _mm256_set1_epi8('}')))};
+    }
+
+private:
+    __attribute__((target("avx2"))) static uint64_t bits(__m256i flags) {
+        return static_cast<uint64_t>(static_cast<uint32_t>(_mm256_movemask_epi8(flags)));
+    }
+};
+
+// Whether the processor runs the code of sdat_wide_mark_group.
+inline bool sdat_wide_marks() {
+    static const bool wide = __builtin_cpu_supports("avx2");
+    return wide;
+}
+#endif
 
 // The marks of the n characters at p (at least one group's worth, at most
 // SDAT_WINDOW), all of them in the text: white space (sdat_is_blank) and

@@ -67,8 +67,9 @@ void sdat_name_index_free(sdat_name_index* index) {
     index->slots = nullptr;
 }
 
-ci_u32 sdat_name_hash(const char* name) {
-    const size_t length = strlen(name);
+ci_u32 sdat_name_hash(const char* name) { return sdat_name_hash_n(name, strlen(name)); }
+
+ci_u32 sdat_name_hash_n(const char* name, size_t length) {
     uint64_t h = length;
     size_t at = 0;
     for (; length - at >= 8; at += 8) h = mix(h, folded_word(name + at, 8));

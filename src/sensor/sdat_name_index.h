@@ -25,6 +25,8 @@ void sdat_name_index_free(sdat_name_index* index);
 // The hash the index files a name under (equal for names that differ only
 // in the case of ASCII letters).
 ci_u32 sdat_name_hash(const char* name);
+// The same for the `length` characters at name.
+ci_u32 sdat_name_hash_n(const char* name, size_t length);
 // The same two calls for a caller that has the name's hash already.
 ci_s32 sdat_name_index_lookup(const sdat_name_index* index, const ci_reg_data_t* regs, const char* name, ci_u32 hash);
 int sdat_name_index_insert(sdat_name_index* index, ci_s32 i, ci_u32 hash);

@@ -49,8 +49,10 @@ void place_in_space(const ci_sensor_t* sensor, const char* spaceId, ci_reg_data_
 
 }  // namespace
 
+sdat_span sdat_register_name(const sdat_register_parts* parts) { return trimmed(parts->name, CI_STRING_LEN - 1); }
+
 int sdat_fill_register_parts(const ci_sensor_t* sensor, const sdat_register_parts* parts, ci_reg_data_t* reg) {
-    const sdat_span name = trimmed(parts->name, CI_STRING_LEN - 1);
+    const sdat_span name = sdat_register_name(parts);
     memcpy(reg->unique_desc, name.text, name.length);
     reg->unique_desc[name.length] = '\0';
     reg->reg_addr = parts->addr;

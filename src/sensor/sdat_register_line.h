@@ -60,11 +60,28 @@ void sdat_fill_register(const ci_sensor_t* sensor, const sdat_register_line* l, 
 // The same from the items in place.  Returns whether the name is one a
 // register may have: not empty once trimmed, and no white space inside.
 int sdat_fill_register_parts(const ci_sensor_t* sensor, const sdat_register_parts* parts, ci_reg_data_t* reg);
+// The name the register of the items gets: trimmed, and cut to fit.
+sdat_span sdat_register_name(const sdat_register_parts* parts);
 // Scans a bitfield line into *bf, which must be zeroed (only the fields
 // read are written); returns 0, leaving *bf untouched, when the line is not
 // one.
 int sdat_scan_bitfield_line(const char* line, ci_bitfield_t* bf);
 int sdat_scan_bitfield_view(const sdat_span* line, ci_bitfield_t* bf);
+// The same for the text's next line, taken straight from the text when it
+// is a bitfield line of the usual shape (whole within its first 128
+// characters, none of them NUL): returns 1 with the line consumed, or 0
+// with nothing read, when the line is anything else and must go the usual
+// way (sdat_next_view, sdat_scan_bitfield_view).
+int sdat_take_bitfield_line(sdat_text* text, ci_bitfield_t* bf);
+// The same, with the 32-character steps only when wide is set (and the
+// processor has them), so that both ways can be checked on one machine.
+int sdat_take_bitfield_line_as(sdat_text* text, ci_bitfield_t* bf, int wide);
+// sdat_take_bitfield_line for a reader, counting the line taken.
+inline int sdat_take_bitfield(sdat_reader* r, ci_bitfield_t* bf) {
+    if (!sdat_take_bitfield_line(&r->text, bf)) return 0;
+    ++r->lineNo;
+    return 1;
+}
 // Whether the line is a bitfield line (the counting pass).
 int sdat_is_bitfield_line(const char* line);
 int sdat_view_is_bitfield_line(const sdat_span* line);

@@ -128,7 +128,12 @@ ci_s32 read_bitfields(register_pass* p, ci_bitfield_t* table, int* more) {
     bool tooMany = false;
     ci_bitfield_t spare;
     sdat_span line;
-    while ((*more = sdat_next_view(p->r, SDAT_LINE_REGISTERS, &line)) != 0) {
+    for (;;) {
+        if (n < CI_MAX_BITFIELDS && sdat_take_bitfield(p->r, &table[n])) {
+            ++n;
+            continue;
+        }
+        if ((*more = sdat_next_view(p->r, SDAT_LINE_REGISTERS, &line)) == 0) break;
         ci_bitfield_t* bf = &table[n];
         if (n >= CI_MAX_BITFIELDS) {
             memset(&spare, 0, sizeof spare);

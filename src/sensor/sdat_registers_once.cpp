@@ -15,6 +15,7 @@
 
 #include "core/camkit_private.h"
 #include "sensor/regmap_arena.h"
+#include "sensor/sdat_marks.h"
 #include "sensor/sdat_name_index.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_register_line.h"
@@ -31,25 +32,30 @@ struct text_bounds {
     size_t nuls;
 };
 
-// Counts line ends, '=' and NUL in the n bytes at p, sixteen bytes a step.
-text_bounds count_bounds(const char* p, size_t n) {
-    typedef char bytes16 __attribute__((vector_size(16)));
+typedef char bytes16 __attribute__((vector_size(16)));
+typedef char bytes32 __attribute__((vector_size(32)));
+
+// Counts line ends, '=' and NUL in the n bytes at p, a vector of bytes a
+// step.
+template <typename bytes>
+__attribute__((always_inline)) inline text_bounds count_bounds_by(const char* p, size_t n) {
+    const size_t width = sizeof(bytes);
     text_bounds b{1, 1, 0};
     size_t at = 0;
-    while (n - at >= 16) {
+    while (n - at >= width) {
         // Up to 255 steps at a time, so that the per-lane sums cannot wrap.
-        bytes16 ends = {};
-        bytes16 equals = {};
-        bytes16 nuls = {};
-        const size_t steps = (n - at) / 16 < 255 ? (n - at) / 16 : 255;
-        for (size_t s = 0; s < steps; ++s, at += 16) {
-            bytes16 chunk;
+        bytes ends = {};
+        bytes equals = {};
+        bytes nuls = {};
+        const size_t steps = (n - at) / width < 255 ? (n - at) / width : 255;
+        for (size_t s = 0; s < steps; ++s, at += width) {
+            bytes chunk;
             memcpy(&chunk, p + at, sizeof chunk);
             ends -= (chunk == '\n');  // a match is -1 in its lane
             equals -= (chunk == '=');
             nuls -= (chunk == 0);
         }
-        for (int lane = 0; lane < 16; ++lane) {
+        for (size_t lane = 0; lane < width; ++lane) {
             b.lines += static_cast<unsigned char>(ends[lane]);
             b.registers += static_cast<unsigned char>(equals[lane]);
             b.nuls += static_cast<unsigned char>(nuls[lane]);
@@ -61,6 +67,20 @@ text_bounds count_bounds(const char* p, size_t n) {
         b.nuls += p[at] == '\0';
     }
     return b;
+}
+
+#if defined(SDAT_WIDE_MARKS)
+// Where the processor has them, 32-byte steps take a third of the time.
+__attribute__((target("avx2"))) text_bounds count_bounds_wide(const char* p, size_t n) {
+    return count_bounds_by<bytes32>(p, n);
+}
+#endif
+
+text_bounds count_bounds(const char* p, size_t n) {
+#if defined(SDAT_WIDE_MARKS)
+    if (sdat_wide_marks()) return count_bounds_wide(p, n);
+#endif
+    return count_bounds_by<bytes16>(p, n);
 }
 
 struct once_pass {
@@ -84,7 +104,12 @@ void hash_page_selectors(once_pass* p) {
 // has too many.
 ci_s32 read_fields(sdat_reader* r, ci_bitfield_t* table, sdat_span* line, int* more) {
     ci_s32 n = 0;
-    while ((*more = sdat_next_view(r, SDAT_LINE_REGISTERS, line)) != 0) {
+    for (;;) {
+        if (n < CI_MAX_BITFIELDS && sdat_take_bitfield(r, &table[n])) {
+            ++n;
+            continue;
+        }
+        if ((*more = sdat_next_view(r, SDAT_LINE_REGISTERS, line)) == 0) break;
         if (n == CI_MAX_BITFIELDS) {
             ci_bitfield_t spare;
             memset(&spare, 0, sizeof spare);
@@ -105,8 +130,10 @@ bool store(once_pass* p, const sdat_register_parts* parts, sdat_span* line, int*
     ci_reg_data_t* reg = regmap_arena_record(p->arena, static_cast<size_t>(i));
     ci_bitfield_t* table = reg ? regmap_arena_take(p->arena, CI_MAX_BITFIELDS) : nullptr;
     if (!table || !sdat_fill_register_parts(sensor, parts, reg)) return false;
-    // The name's slot is fetched while the bitfields are read.
-    const ci_u32 hash = sdat_name_hash(reg->unique_desc);
+    // The name's slot is fetched while the bitfields are read.  Its hash is
+    // taken from the line: the record's copy was only just written.
+    const sdat_span name = sdat_register_name(parts);
+    const ci_u32 hash = sdat_name_hash_n(name.text, name.length);
     sdat_name_index_prefetch(&p->names, hash);
     const ci_s32 n = read_fields(p->r, table, line, more);
     if (n < 0 || sdat_name_index_lookup(&p->names, sensor->regs, reg->unique_desc, hash) >= 0 ||
