@@ -143,3 +143,22 @@ TEST_F(SdatRegisters, DuplicateNamesIgnoreTheCaseOfAsciiLettersOnly) {
     ASSERT_NE(nullptr, cam.reg("caf\xE9"));
     EXPECT_EQ(1001u, cam.reg("caf\xE9")->reg_addr);
 }
+
+// A name and its copy in the other case clash at every length, the part
+// past the last whole eight characters included.
+TEST_F(SdatRegisters, DuplicateNamesClashAtEveryLength) {
+    std::string lines;
+    std::string name;
+    for (int length = 1; length <= 40; ++length) {
+        name += static_cast<char>((length % 2 ? 'a' : 'A') + length % 26);
+        std::string other = name;
+        other.back() = static_cast<char>(other.back() ^ 0x20);
+        lines += name + " = {" + std::to_string(length) + ", CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n";
+        lines += other + "_X = {" + std::to_string(100 + length) + ", CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n";
+        lines += other + " = {" + std::to_string(200 + length) + ", CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}\n";
+    }
+    LogCapture log;
+    EXPECT_EQ(CI_DUPLICATE_DESC_ERROR, parse_regs(lines));
+    EXPECT_EQ(80, cam.sensor()->num_regs);
+    EXPECT_EQ(40, count_of(log.text(), ", CORE, 1, 0xFFFF, RW, 0, \"\", \"\"}"));
+}
