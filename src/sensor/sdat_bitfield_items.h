@@ -86,19 +86,6 @@ inline ci_u32 access_of(const sdat_span& rw) {
     return first == 'R' ? 0 : first == 'W' ? 2 : 1;
 }
 
-// Copies n characters into text (a ci_string); a text that does not fit
-// keeps its first 252 characters followed by "...".
-inline void copy_text(char* text, const char* p, size_t n) {
-    if (n < CI_STRING_LEN) {
-        sdat_copy_short(text, p, n);
-        text[n] = '\0';
-        return;
-    }
-    const size_t kept = CI_STRING_LEN - 4;
-    memcpy(text, p, kept);
-    memcpy(text + kept, "...", 4);
-}
-
 // The first and second double-quoted texts of the last item, which runs
 // from p to its first '}' or to limit.  An unterminated text runs to the
 // item's end.
@@ -108,7 +95,7 @@ inline void copy_texts(const char* p, const char* limit, char* desc, char* detai
         p = sdat_find_either(p, limit, '"', '}');
         if (p == limit || *p == '}') return;
         const char* close = sdat_find_either(p + 1, limit, '"', '}');
-        copy_text(text, p + 1, static_cast<size_t>(close - p - 1));
+        sdat_copy_text(text, p + 1, static_cast<size_t>(close - p - 1));
         if (close == limit || *close == '}') return;
         p = close + 1;
     }
@@ -132,7 +119,7 @@ inline bool copy_marked_texts(const char* p, size_t n, size_t left, uint64_t quo
         const size_t open = static_cast<size_t>(__builtin_ctzll(quotes));
         quotes &= quotes - 1;
         const size_t close = quotes ? static_cast<size_t>(__builtin_ctzll(quotes)) : end;
-        copy_text(text, p + open + 1, close - open - 1);
+        sdat_copy_text(text, p + open + 1, close - open - 1);
         quotes &= quotes - 1;
     }
     return true;

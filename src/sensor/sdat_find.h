@@ -11,6 +11,7 @@
 #include <emmintrin.h>
 #endif
 
+#include "camkit.h"
 #include "sensor/sdat_scan.h"
 
 // The high bit of each byte of word that equals c.  A byte of the xor is
@@ -125,4 +126,18 @@ inline void sdat_copy_short(char* dest, const char* source, size_t n) {
     }
     memcpy(&word, source + n - 8, sizeof word);
     memcpy(dest + n - 8, &word, sizeof word);
+}
+
+// Copies a description text of n characters into a ci_string; a text that
+// does not fit keeps its first 252 characters followed by "...".
+inline void sdat_copy_text(char* dest, const char* source, size_t n) {
+    const size_t room = CI_STRING_LEN;
+    if (n < room) {
+        sdat_copy_short(dest, source, n);
+        dest[n] = '\0';
+        return;
+    }
+    const size_t kept = room - 4;
+    memcpy(dest, source, kept);
+    memcpy(dest + kept, "...", 4);
 }

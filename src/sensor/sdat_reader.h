@@ -97,9 +97,6 @@ int extract_string(char* dest, size_t size, const char* source);
 // Copies the trimmed source into dest (a ci_string); fails (returns 0) when
 // the result is empty or has inner blanks.
 int StringCopyandCheckSpace(char* dest, const char* source);
-// Copies a description text into a ci_string; a text that does not fit keeps
-// its first 252 characters followed by "...".
-void sdat_copy_text(char* dest, const char* source, size_t length);
 // The first and second double-quoted texts of a register or bitfield line's
 // remainder.
 void sdat_descriptions(const char* remainder, char* desc, char* detail);

@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "core/camkit_private.h"
+#include "sensor/sdat_find.h"
 #include "sensor/sdat_reader.h"
 #include "sensor/sdat_scan.h"
 
@@ -65,16 +66,6 @@ int StringCopyandCheckSpace(char* dest, const char* source) {
     return 1;
 }
 
-void sdat_copy_text(char* dest, const char* source, size_t length) {
-    if (length < CI_STRING_LEN) {
-        copy_bounded(dest, CI_STRING_LEN, source, length);
-        return;
-    }
-    const size_t kept = CI_STRING_LEN - 4;  // 252 characters and "..."
-    memcpy(dest, source, kept);
-    memcpy(dest + kept, "...", 4);
-}
-
 void sdat_descriptions(const char* remainder, char* desc, char* detail) {
     sdat_descriptions_in(remainder, strlen(remainder), desc, detail);
 }
@@ -85,12 +76,12 @@ void sdat_descriptions_in(const char* remainder, size_t size, char* desc, char* 
     const char* end = remainder + size;
     char* texts[] = {desc, detail};
     for (char* text : texts) {
-        const char* open = static_cast<const char*>(memchr(p, '"', static_cast<size_t>(end - p)));
-        if (!open) return;
+        const char* open = sdat_find_char(p, end, '"');
+        if (open == end) return;
         ++open;
-        const char* close = static_cast<const char*>(memchr(open, '"', static_cast<size_t>(end - open)));
-        sdat_copy_text(text, open, static_cast<size_t>((close ? close : end) - open));
-        if (!close) return;
+        const char* close = sdat_find_char(open, end, '"');
+        sdat_copy_text(text, open, static_cast<size_t>(close - open));
+        if (close == end) return;
         p = close + 1;
     }
 }
