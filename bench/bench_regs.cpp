@@ -128,38 +128,41 @@ private:
     ci_u64 sum_ = 0;
 };
 
-// The median of one call of op, each call timed on its own right after the
-// other work, less the median cost of reading the clock twice.
+// One call of op timed on its own right after the other work, less the
+// cost of reading the clock twice.
 template <typename Op>
-double coldNs(OtherWork& work, Op op) {
-    constexpr int kSamples = 201;
+double coldCallNs(OtherWork& work, Op op, int k) {
     using Clock = std::chrono::steady_clock;
-    std::vector<double> calls, clock;
-    for (int k = 0; k < kSamples; ++k) {
-        work();
-        const auto start = Clock::now();
-        op(k);
-        const auto end = Clock::now();
-        calls.push_back(std::chrono::duration<double, std::nano>(end - start).count());
-        const auto again = Clock::now();
-        clock.push_back(std::chrono::duration<double, std::nano>(Clock::now() - again).count());
-    }
-    auto median = [](std::vector<double>& v) {
-        std::nth_element(v.begin(), v.begin() + (ptrdiff_t)v.size() / 2, v.end());
-        return v[v.size() / 2];
-    };
-    return median(calls) - median(clock);
+    work();
+    const auto start = Clock::now();
+    op(k);
+    const auto end = Clock::now();
+    const auto again = Clock::now();
+    const auto clock = Clock::now() - again;
+    return std::chrono::duration<double, std::nano>(end - start - clock).count();
 }
 
-// As compare, each call of a and b made right after other work; the calls
-// are timed one by one and their medians compared.
+double median(std::vector<double>& v) {
+    std::nth_element(v.begin(), v.begin() + (ptrdiff_t)v.size() / 2, v.end());
+    return v[v.size() / 2];
+}
+
+// As compare, each call of a and b made right after other work.  The calls
+// of a and b alternate, so that both meet the machine in the same state,
+// and are timed one by one; their medians are compared.
 template <typename A, typename B>
 void compareCold(benchmark::State& state, const char* label, A a, B b) {
+    constexpr int kSamples = 401;
     OtherWork work;
     double sumA = 0, sumB = 0;
+    std::vector<double> callsA(kSamples), callsB(kSamples);
     for (auto _ : state) {
-        sumA += coldNs(work, a);
-        sumB += coldNs(work, b);
+        for (int k = 0; k < kSamples; ++k) {
+            callsA[(size_t)k] = coldCallNs(work, a, k);
+            callsB[(size_t)k] = coldCallNs(work, b, k);
+        }
+        sumA += median(callsA);
+        sumB += median(callsB);
     }
     const double n = (double)state.iterations();
     state.counters["ns_50"] = sumA / n;
@@ -171,8 +174,9 @@ void compareCold(benchmark::State& state, const char* label, A a, B b) {
 void BM_NameLookup5000vs50(benchmark::State& state) {
     BenchCamera small(50), big(5000);
     compare(
-        state, "name lookup 50 vs 5000", "ns_50", [&](int k) { benchmark::DoNotOptimize(ci_FindRegister(small.get(), small.name((size_t)k))); },
-        "ns_5000", [&](int k) { benchmark::DoNotOptimize(ci_FindRegister(big.get(), big.name((size_t)k))); });
+        state, "name lookup 50 vs 5000", "ns_50",
+        [&](int k) { benchmark::DoNotOptimize(ci_FindRegister(small.get(), small.name((size_t)k))); }, "ns_5000",
+        [&](int k) { benchmark::DoNotOptimize(ci_FindRegister(big.get(), big.name((size_t)k))); });
 }
 BENCHMARK(BM_NameLookup5000vs50);
 
@@ -180,7 +184,9 @@ void BM_AddrLookup5000vs50(benchmark::State& state) {
     BenchCamera small(50), big(5000);
     compare(
         state, "address lookup 50 vs 5000", "ns_50",
-        [&](int k) { benchmark::DoNotOptimize(ci_FindRegisterAddr(small.get(), small.addr((size_t)k), 1, CI_REG_ADDR)); },
+        [&](int k) {
+            benchmark::DoNotOptimize(ci_FindRegisterAddr(small.get(), small.addr((size_t)k), 1, CI_REG_ADDR));
+        },
         "ns_5000",
         [&](int k) { benchmark::DoNotOptimize(ci_FindRegisterAddr(big.get(), big.addr((size_t)k), 1, CI_REG_ADDR)); });
 }
@@ -189,9 +195,7 @@ BENCHMARK(BM_AddrLookup5000vs50);
 // Both sensors are asked for the same number of different keys (16, all
 // distinct on either), so that a key comes back after as much other work on
 // both: only the size of the tables differs.
-size_t coldKey(int k) {
-    return (size_t)k & 15;
-}
+size_t coldKey(int k) { return (size_t)k & 15; }
 
 void BM_ColdNameLookup5000vs50(benchmark::State& state) {
     BenchCamera small(50), big(5000);
@@ -206,7 +210,9 @@ void BM_ColdAddrLookup5000vs50(benchmark::State& state) {
     BenchCamera small(50), big(5000);
     compareCold(
         state, "address lookup 50 vs 5000, other work between",
-        [&](int k) { benchmark::DoNotOptimize(ci_FindRegisterAddr(small.get(), small.addr(coldKey(k)), 1, CI_REG_ADDR)); },
+        [&](int k) {
+            benchmark::DoNotOptimize(ci_FindRegisterAddr(small.get(), small.addr(coldKey(k)), 1, CI_REG_ADDR));
+        },
         [&](int k) { benchmark::DoNotOptimize(ci_FindRegisterAddr(big.get(), big.addr(coldKey(k)), 1, CI_REG_ADDR)); });
 }
 BENCHMARK(BM_ColdAddrLookup5000vs50);
@@ -245,14 +251,10 @@ void readVsMutex(benchmark::State& state, ci_u32 cacheUse, const char* label) {
         "read_ns", [&](int k) { ci_ReadSensorRegStr(cam.get(), cam.name((size_t)k), nullptr, &v); });
 }
 
-void BM_UncachedReadVsMutex(benchmark::State& state) {
-    readVsMutex(state, 0, "lock pair vs uncached read");
-}
+void BM_UncachedReadVsMutex(benchmark::State& state) { readVsMutex(state, 0, "lock pair vs uncached read"); }
 BENCHMARK(BM_UncachedReadVsMutex);
 
-void BM_CachedReadVsMutex(benchmark::State& state) {
-    readVsMutex(state, 1, "lock pair vs cached read");
-}
+void BM_CachedReadVsMutex(benchmark::State& state) { readVsMutex(state, 1, "lock pair vs cached read"); }
 BENCHMARK(BM_CachedReadVsMutex);
 
 }  // namespace
