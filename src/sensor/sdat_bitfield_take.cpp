@@ -67,6 +67,10 @@ inline uint64_t marks_from(const uint64_t* marks, size_t from) {
     return from == 0 ? marks[0] : (marks[0] >> from) | (marks[1] << (SDAT_WINDOW - from));
 }
 
+// Reads the line at the reading position into *bf and moves past it when
+// it is whole within the span, opens with '{' and its items settle from
+// the marks; else returns 0 with nothing read or written.  The marks past
+// the line's end (line end and one '\r' before it removed) are dropped.
 template <template <sdat_mark_kind> class Group>
 inline int take_line(sdat_text* text, ci_bitfield_t* bf) {
     if (text->nulFree != 1 || text->size - text->pos < SDAT_SPAN) return 0;
